@@ -1,0 +1,4 @@
+// Raw AAC files. Their rows are removed by MediaAudioDelete.
+#pragma once
+
+int AacIndexAdd(const char *path);  // 0 stored, 1 stored with defaults only, -1 nothing stored
