@@ -1,0 +1,91 @@
+// The settings of the open libraries. The file is read once, at the first question.
+#include "nlib/config.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <syslog.h>
+
+#include <string>
+
+#include "nlib/settings_line.h"
+
+static constexpr char PLATFORM_CONF[] = "/etc/nubo/platform.conf";
+
+struct Setting {
+    const char *key;
+    const char *standard;
+    bool is_folder;     // an absolute path
+    std::string value;  // empty: the standard one
+};
+
+static Setting settings[] = {
+    {"state_dir", "/var/lib/nubo", true, {}},
+    {"database", "sqlite", false, {}},
+    {"text_fallback_charset", "windows-1252", false, {}},
+};
+static bool settings_loaded = false;
+
+static Setting *SettingFind(const char *key)
+{
+    for (Setting &setting : settings) {
+        if (!strcmp(setting.key, key))
+            return &setting;
+    }
+    return nullptr;
+}
+
+static void SettingTake(const char *path, int line_number, const char *key, const char *value)
+{
+    Setting *setting = SettingFind(key);
+    if (!setting) {
+        syslog(LOG_WARNING, "%s:%d: unknown setting \"%s\"", path, line_number, key);
+        return;
+    }
+    if (setting->is_folder && value[0] != '/') {
+        syslog(LOG_WARNING, "%s:%d: \"%s\" is no absolute path, %s is used", path, line_number, value,
+               setting->standard);
+        return;
+    }
+    setting->value = value;
+}
+
+static void SettingsRead(FILE *file, const char *path)
+{
+    char *line = nullptr;
+    size_t capacity = 0;
+    for (int number = 1; getline(&line, &capacity, file) >= 0; number++) {
+        char *key = nullptr;
+        char *value = nullptr;
+        if (SettingLineSplit(line, &key, &value))
+            SettingTake(path, number, key, value);
+    }
+    free(line);
+}
+
+void PlatformSettingsLoad(const char *path)
+{
+    settings_loaded = true;
+    for (Setting &setting : settings)
+        setting.value.clear();
+
+    if (!path)
+        path = secure_getenv("NUBO_PLATFORM_CONF");
+    if (!path)
+        path = PLATFORM_CONF;
+    FILE *file = fopen(path, "re");
+    if (!file)
+        return;
+    SettingsRead(file, path);
+    fclose(file);
+}
+
+const char *PlatformSetting(const char *key)
+{
+    if (!settings_loaded)
+        PlatformSettingsLoad(nullptr);
+    const Setting *setting = key ? SettingFind(key) : nullptr;
+    if (!setting)
+        return nullptr;
+    return setting->value.empty() ? setting->standard : setting->value.c_str();
+}
