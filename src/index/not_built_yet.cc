@@ -2,7 +2,6 @@
 // for a format without its reader. A piece that gets built leaves this file; the last one deletes it.
 #include "audio/aac.h"
 #include "audio/aiff.h"
-#include "audio/flac.h"
 #include "audio/mp4.h"
 #include "common/log.h"
 #include "music/music.h"
@@ -30,7 +29,6 @@ int MusicIndexDelete(const char *path) { return NotBuiltYet(__func__, path); }
 
 int Mp4IndexAdd(const char *path) { return NotBuiltYet(__func__, path); }
 int Mp4IndexDelete(const char *path) { return NotBuiltYet(__func__, path); }
-int FlacIndexAdd(const char *path) { return NotBuiltYet(__func__, path); }
 int AiffIndexAdd(const char *path) { return NotBuiltYet(__func__, path); }
 int AiffIndexDelete(const char *path) { return NotBuiltYet(__func__, path); }
 int AacIndexAdd(const char *path) { return NotBuiltYet(__func__, path); }
