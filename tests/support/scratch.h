@@ -17,6 +17,10 @@ std::string ReadFile(const std::string &path);
 // Makes a folder and the folders above it.
 void MakeFolder(const std::string &path);
 
+// Makes an empty file below `root` whose whole path, ending in `suffix`, has `length` bytes. Longer ones than an
+// open can name (4095) are made too. Returns the path.
+std::string MakeDeepFile(const std::string &root, size_t length, const std::string &suffix);
+
 // Empties the scratch folder and lays out the folders that the daemon expects: var/spool, var/run,
 // var/services, etc, etc.defaults.
 void ScratchReset();

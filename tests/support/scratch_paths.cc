@@ -63,6 +63,26 @@ void MakeFolder(const std::string &path)
     fs::create_directories(path);
 }
 
+std::string MakeDeepFile(const std::string &root, size_t length, const std::string &suffix)
+{
+    static constexpr size_t component = 100;
+    const std::string folder(component, 'd');
+    const fs::path before = fs::current_path();
+    MakeFolder(root);
+    fs::current_path(root);  // step by step, because the whole path may be too long to name
+    std::string path = root;
+    while (length - path.size() > 2 * component) {
+        fs::create_directory(folder);
+        fs::current_path(folder);
+        path += "/" + folder;
+    }
+    std::string name(length - path.size() - 1 - suffix.size(), 'f');
+    name += suffix;
+    std::ofstream(name).flush();
+    fs::current_path(before);
+    return path + "/" + name;
+}
+
 void WriteFile(const std::string &path, std::string_view content)
 {
     MakeFolder(fs::path(path).parent_path());
