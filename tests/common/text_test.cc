@@ -18,11 +18,7 @@ TEST(Text, JoinIsCutAtTheBuffer)
         size_t size;
         const char *joined;
     } cases[] = {
-        {64, "/a/bc"},
-        {6, "/a/bc"},
-        {5, "/a/b"},
-        {3, "/a"},
-        {1, ""},
+        {64, "/a/bc"}, {6, "/a/bc"}, {5, "/a/b"}, {3, "/a"}, {1, ""},
     };
     for (const auto &c : cases) {
         char out[64];
