@@ -102,5 +102,5 @@ void ScratchReset()
     for (const char *folder :
          {"/var/spool", "/var/run", "/var/services", "/etc", "/etc.defaults", "/proc", "/volume1"})
         MakeFolder(Scratch(folder));
-    fs::copy_file("/proc/meminfo", MEMINFO_PATH);
+    WriteFile(MEMINFO_PATH, ReadFile("/proc/meminfo"));
 }
