@@ -9,6 +9,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 
 #include "common/paths.h"
@@ -58,10 +59,13 @@ TEST(ProbeWatchdog, ExitStatusIsPassedOn)
 
 TEST(ProbeWatchdog, EndOfTheChildIsNoticedAtOnce)
 {
-    Clock::time_point start = Clock::now();
-    for (int i = 0; i < 20; i++)
+    double quickest = 1;
+    for (int i = 0; i < 50; i++) {
+        Clock::time_point start = Clock::now();
         EXPECT_EQ(MediaProbeWait(Child([] { _exit(0); })), 0);
-    EXPECT_LT(SecondsSince(start), 20 * 0.1 / 2);  // waiting for the daemon's tick would take twice as long
+        quickest = std::min(quickest, SecondsSince(start));
+    }
+    EXPECT_LT(quickest, 0.005);  // a wait that slept through its tick would take 0.01
 }
 
 TEST(ProbeWatchdog, UselessPidsAreRefused)
