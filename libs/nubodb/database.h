@@ -1,0 +1,85 @@
+// The two databases as the sibling libraries reach them: one connection each per process, opened at first use
+// and again after a failure that broke it. The SQL is what every engine understands: parameters are $1, $2 … in
+// the order of their first use, upserts are "on conflict". A failure is logged here, once.
+#pragma once
+
+#include <stdint.h>
+
+#include <initializer_list>
+#include <string>
+
+#include "nubodb/exported.h"
+
+#pragma GCC visibility push(default)
+
+enum DbName {
+    DB_MEDIA = 0,
+    DB_PHOTO = 1,
+};
+
+// A bound value. Texts are any bytes and are not copied: they must live until the call returns.
+struct DbValue {
+    enum Type { TEXT, INTEGER, REAL } type;
+    const char *text;
+    size_t length;
+    int64_t integer;
+    double real;
+};
+DbValue DbText(const char *text);
+DbValue DbText(const char *text, size_t length);
+DbValue DbInteger(int64_t integer);
+DbValue DbReal(double real);
+
+// The connection to a database; null when it cannot be opened.
+NuboDbConnection *DbOpen(DbName name);
+
+// Runs a statement whose text stays at its address for good: it is prepared once. The number of rows that it
+// changed, or -1. Every statement outside DbBegin … DbCommit stands by itself: when this returns, its rows
+// survive the death of the process.
+int64_t DbRun(NuboDbConnection *connection, const char *sql, const DbValue *values, size_t count);
+int64_t DbRun(NuboDbConnection *connection, const char *sql, std::initializer_list<DbValue> values = {});
+
+// The same for a query; the caller frees the result. 0 or -1.
+int DbSelect(NuboDbConnection *connection, const char *sql, std::initializer_list<DbValue> values,
+             NuboDbResult **result);
+
+// Runs a statement that somebody composed: exactly one, prepared for this once, its `like` as described in
+// NUBODBEscapeBackslash. The number of rows changed, or -1; `result` may be null.
+int64_t DbExecute(NuboDbConnection *connection, const char *sql, NuboDbResult **result);
+
+// A change of several statements. After a failed statement only DbRollback remains. 0 or -1.
+int DbBegin(NuboDbConnection *connection);
+int DbCommit(NuboDbConnection *connection);
+void DbRollback(NuboDbConnection *connection);
+
+// A query over one table for the open calls; null on failure, closed with DbHandleClose. `condition` and
+// `order` may be null or empty; limit 0 is all rows.
+NuboDbHandle *DbQuery(DbName name, const char *table, const char *columns, const char *condition,
+                      const char *order, int limit);
+void DbHandleClose(NuboDbHandle *handle);
+
+// The rows of a result.
+int DbRowCount(const NuboDbResult *result);
+
+// Puts everything stored so far, in both databases, on stable storage. 0 or -1.
+int DbSync();
+
+// Lets go of a database whose file was replaced meanwhile, so that the next call opens the new one.
+void DbRefresh();
+
+// Closes both connections; the next call opens them again.
+void DbClose();
+
+// Gives free pages back and keeps the files small. 0 or -1.
+int DbVacuum(DbName name);
+
+// The condition "at or below a folder" for a path column: `path = $1 or (path >= $2 and path < $3)`. A slash at
+// the folder's end does not matter; "/" holds everything.
+struct DbSubtree {
+    std::string folder;
+    std::string first;
+    std::string end;
+};
+DbSubtree DbSubtreeOf(const char *folder);
+
+#pragma GCC visibility pop

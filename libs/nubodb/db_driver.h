@@ -1,0 +1,52 @@
+// What a database engine has to bring. Everything else in this library is the same for all of them.
+#pragma once
+
+#include <stdint.h>
+
+#include <string>
+
+#include "nubodb/database.h"
+
+struct DbDriver;
+
+struct NuboDbConnection {
+    DbName name;
+    const DbDriver *driver;
+    void *engine;        // the driver's own record; null while there is no connection
+    std::string error;   // the last failure
+    std::string logged;  // the failure that was logged last; emptied by the next success
+};
+
+struct DbStatementText {
+    const char *sql;
+    bool composed;  // written by a caller: prepare it for this once, refuse a second statement behind it
+    const DbValue *values;
+    size_t value_count;
+};
+
+struct DbDriver {
+    const char *name;
+
+    // Connects and brings the schema to its newest version. 0; -1 with connection->error set.
+    int (*open)(NuboDbConnection *connection);
+    void (*close)(NuboDbConnection *connection);
+
+    // Runs a statement to its end; rows go to `result` unless that is null. The number of rows changed, or
+    // -1 with connection->error set.
+    int64_t (*run)(NuboDbConnection *connection, const DbStatementText &statement, NuboDbResult *result);
+
+    // After a failure: is the connection still good?
+    bool (*usable)(NuboDbConnection *connection);
+    // Between batches: is the connection still one to the configured database?
+    bool (*current)(NuboDbConnection *connection);
+
+    int (*sync)(NuboDbConnection *connection);  // 0; -1 with connection->error set
+    int (*vacuum)(NuboDbConnection *connection);
+
+    const char *begin;  // starts a transaction that is going to write
+
+    // For the inside of a '...' literal; at most 2 x length + 1 bytes. 0 or -1.
+    int (*escape)(char *dst, const char *src, size_t length);
+};
+
+extern const DbDriver DB_SQLITE;
