@@ -15,6 +15,7 @@ extern "C" {
 }
 
 #include "common/log.h"
+#include "common/regular_file.h"
 #include "common/text.h"
 
 static constexpr char LOG_MODULE[] = "probe_parse";
@@ -161,7 +162,8 @@ static AVFormatContext *FileContextMake(void)
 int MediaProbeParse(const char *path, MediaInfoRecord *record)
 {
     av_log_set_level(AV_LOG_QUIET);
-    AVFormatContext *context = FileContextMake();  // freed by a failing open
+    // A pipe would keep the demuxer waiting until the watchdog ends it.
+    AVFormatContext *context = IsRegularFile(path) ? FileContextMake() : nullptr;
     if (!context || avformat_open_input(&context, path, nullptr, nullptr) < 0) {
         LogParen(LOG_HERE, "Failed to av_open_input_file() file [%s].", path);
         return 1;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "support/log_capture.h"
@@ -161,6 +162,13 @@ TEST(Probe, UnopenableFileIsReported)
     EXPECT_EQ(MediaProbeParse(path.c_str(), &record), 1);
     EXPECT_EQ(log_lines, Lines{"probe_parse (#) Failed to av_open_input_file() file [" + path + "]."});
     EXPECT_EQ(RecordText(record), "");
+}
+
+TEST(Probe, PipesAreNotWaitedFor)
+{
+    std::string path = Scratch("/volume1/pipe.wma");
+    ASSERT_EQ(mkfifo(path.c_str(), 0644), 0);
+    Probe(path, 1);
 }
 
 TEST(Probe, StreamOfSubtitlesAloneIsNoMedia)

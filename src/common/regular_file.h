@@ -1,0 +1,12 @@
+// Opening files that anybody may have put into a share. A pipe or a device under a media file's name would block the
+// daemon for good; only regular files are opened.
+#pragma once
+
+#include <stdio.h>
+
+// True when the path leads to a regular file, through links too.
+bool IsRegularFile(const char *path);
+
+// Opens a regular file for reading, without ever blocking on anything else. Null with errno set on failure; EINVAL
+// for what is no regular file.
+FILE *RegularFileOpen(const char *path);
