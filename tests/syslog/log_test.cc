@@ -10,7 +10,7 @@
 
 #include "common/log.h"
 
-static constexpr char LOG_MODULE[] = "log_output";
+static constexpr char LOG_MODULE[] = "log_test";
 
 struct SyslogCall {
     int priority;
@@ -65,7 +65,7 @@ TEST(Log, PlaceIsTheCallersLine)
 {
     sent.clear();
     LogParen(LOG_HERE, "x");
-    EXPECT_EQ(sent.at(0).text, "log_output (" + std::to_string(__LINE__ - 1) + ") x");
+    EXPECT_EQ(sent.at(0).text, "log_test (" + std::to_string(__LINE__ - 1) + ") x");
 }
 
 TEST(Log, PercentSignsInValuesAreNoFormats)
