@@ -4,6 +4,8 @@ option(NUBO_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer
 
 add_library(nubo_flags INTERFACE)
 target_compile_features(nubo_flags INTERFACE cxx_std_20)
+# Files above 2 GB on 32-bit machines.
+target_compile_definitions(nubo_flags INTERFACE _FILE_OFFSET_BITS=64)
 target_compile_options(nubo_flags INTERFACE -Wall -Wextra -Wconversion -Wshadow -fstack-protector-strong
     -fstack-clash-protection)
 target_link_options(nubo_flags INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
