@@ -2,7 +2,6 @@
 // for a format without its reader. A piece that gets built leaves this file; the last one deletes it.
 #include "audio/mp4.h"
 #include "common/log.h"
-#include "music/music.h"
 #include "photo/album.h"
 #include "photo/album_rename.h"
 #include "photo/album_sync.h"
@@ -22,8 +21,6 @@ static int NotBuiltYet(const char *operation, const char *path)
 }
 
 // clang-format off
-int MusicIndexAdd(const char *path) { return NotBuiltYet(__func__, path); }
-int MusicIndexDelete(const char *path) { return NotBuiltYet(__func__, path); }
 
 int Mp4IndexAdd(const char *path) { return NotBuiltYet(__func__, path); }
 int Mp4IndexDelete(const char *path) { return NotBuiltYet(__func__, path); }
