@@ -1,13 +1,12 @@
 // FORM header, walk to the common chunk, its four fields and the compression type. All integers are big-endian.
 #include "audio/aiff_reader.h"
 
-#include <fcntl.h>
 #include <math.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
 #include "common/byte_order.h"
+#include "common/regular_file.h"
 
 static constexpr uint32_t COMMON_LENGTH = 18;      // the shortest common chunk
 static constexpr uint32_t COMPRESSED_LENGTH = 22;  // with a compression type
@@ -114,18 +113,6 @@ static bool AiffHeaderRead(FILE *stream, AiffAudioFormat *format)
     return AiffCommonRead(stream, is_aifc, format);
 }
 
-// A pipe that carries the name of a media file must not block: it reads as empty.
-static FILE *StreamOpen(const char *path)
-{
-    int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        return nullptr;
-    FILE *stream = fdopen(fd, "rb");
-    if (!stream)
-        close(fd);
-    return stream;
-}
-
 AiffFile *AiffOpen(const char *path, AiffMode mode)
 {
     if (!path || mode != AIFF_READ)
@@ -134,7 +121,7 @@ AiffFile *AiffOpen(const char *path, AiffMode mode)
     if (!file)
         return nullptr;
     file->mode = mode;
-    file->stream = StreamOpen(path);
+    file->stream = RegularFileOpen(path);
     if (file->stream && AiffHeaderRead(file->stream, &file->format))
         return file;
     AiffClose(file);

@@ -4,6 +4,7 @@
 #include <stdio.h>
 
 #include "common/log.h"
+#include "common/regular_file.h"
 #include "music/id3v1.h"
 #include "music/id3v2.h"
 #include "music/mp3_merge.h"
@@ -80,7 +81,7 @@ int Mp3MetaParse(const char *path, MediaInfoRecord *record)
         return -1;
     }
     OldCoverForget(path);
-    FILE *stream = fopen(path, "rb");
+    FILE *stream = RegularFileOpen(path);
     if (!stream) {
         LogParen(LOG_HERE, "Unable to open %s ", path);
         return -1;
