@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "mediaindex/cover_store.h"
 #include "mediaindex/exported.h"
 #include "mediaindex/media_row.h"
 #include "nubodb/database.h"
@@ -98,18 +99,11 @@ static void DirtySet(const MediaTable *table, int64_t changed)
         *table->dirty = 1;
 }
 
-static void CoversRemove(const char *path)
-{
-    char folder[PATH_SIZE];
-    if (GetCoverFolder(path, folder, sizeof folder))
-        (void)CleanOldCover(folder);
-}
-
 static void CoversRemove(NuboDbResult *paths)
 {
     int row = 0;
     while (NUBODBFetchRow(paths, &row) == 0)
-        CoversRemove(NUBODBFetchField(paths, row, "path"));
+        (void)CoversForget(NUBODBFetchField(paths, row, "path"));
 }
 
 // Is the path one that can stand in a row? Logs if not.
@@ -209,7 +203,7 @@ int MediaInfoDBDelete(int kind, const char *path)
         return -1;
     DirtySet(table, changed);
     if (table->has_covers)
-        CoversRemove(path);
+        (void)CoversForget(path);
     return 0;
 }
 

@@ -7,8 +7,8 @@
 #include "nubodb/db_result.h"
 
 static NuboDbConnection connections[] = {
-    {DB_MEDIA, nullptr, nullptr, {}, {}},
-    {DB_PHOTO, nullptr, nullptr, {}, {}},
+    {DB_MEDIA, nullptr, nullptr, {}, {}, false},
+    {DB_PHOTO, nullptr, nullptr, {}, {}, false},
 };
 static const char *const DB_NAMES[] = {"media", "photo"};
 
@@ -62,24 +62,42 @@ static int64_t Outcome(NuboDbConnection *connection, int64_t result, const char 
         return result;
     }
     FailureLog(connection, what);
-    if (!connection->driver->usable(connection))
+    if (connection->engine && !connection->driver->usable(connection))
         ConnectionClose(connection);
     return -1;
 }
 
-static int64_t StatementRun(NuboDbConnection *connection, const DbStatementText &statement,
-                            NuboDbResult **result)
+// One attempt; an attempt on a connection that turns out to be broken closes it.
+static int64_t Attempt(NuboDbConnection *connection, const DbStatementText &statement, NuboDbResult **result)
 {
-    if (result)
-        *result = nullptr;
-    if (!connection || !statement.sql || ConnectionOpen(connection) < 0)
-        return -1;
     NuboDbResult *rows = result ? new NuboDbResult : nullptr;
     int64_t changed = connection->driver->run(connection, statement, rows);
     if (changed < 0)
         delete rows;
     else if (result)
         *result = rows;
+    if (changed < 0 && !connection->driver->usable(connection))
+        ConnectionClose(connection);
+    return changed;
+}
+
+// A connection that has broken since its last use costs nobody a row: the statement is tried once more on a new
+// one. Inside a transaction that cannot be, what came before is lost with the connection.
+static int64_t StatementRun(NuboDbConnection *connection, const DbStatementText &statement,
+                            NuboDbResult **result)
+{
+    if (result)
+        *result = nullptr;
+    if (!connection || !statement.sql || (connection->in_transaction && !connection->engine))
+        return -1;
+    if (ConnectionOpen(connection) < 0)
+        return -1;
+    int64_t changed = Attempt(connection, statement, result);
+    if (changed < 0 && !connection->engine && !connection->in_transaction) {
+        if (ConnectionOpen(connection) < 0)
+            return -1;
+        changed = Attempt(connection, statement, result);
+    }
     return Outcome(connection, changed, "a statement failed");
 }
 
@@ -106,20 +124,27 @@ int64_t DbExecute(NuboDbConnection *connection, const char *sql, NuboDbResult **
 
 int DbBegin(NuboDbConnection *connection)
 {
-    if (!connection || ConnectionOpen(connection) < 0)
+    if (!connection || ConnectionOpen(connection) < 0 || DbRun(connection, connection->driver->begin) < 0)
         return -1;
-    return DbRun(connection, connection->driver->begin) < 0 ? -1 : 0;
+    connection->in_transaction = true;
+    return 0;
 }
 
 int DbCommit(NuboDbConnection *connection)
 {
-    return DbRun(connection, "commit") < 0 ? -1 : 0;
+    if (DbRun(connection, "commit") < 0)
+        return -1;
+    connection->in_transaction = false;
+    return 0;
 }
 
+// Closing undoes what was begun, on every engine and in every state that a failure may have left.
 void DbRollback(NuboDbConnection *connection)
 {
-    if (connection->engine)
-        (void)DbRun(connection, "rollback");
+    if (!connection)
+        return;
+    ConnectionClose(connection);
+    connection->in_transaction = false;
 }
 
 NuboDbHandle *DbQuery(DbName name, const char *table, const char *columns, const char *condition,
@@ -171,6 +196,7 @@ void DbClose()
 {
     for (NuboDbConnection &connection : connections) {
         ConnectionClose(&connection);
+        connection.in_transaction = false;
         connection.logged.clear();
     }
 }

@@ -12,9 +12,10 @@ struct DbDriver;
 struct NuboDbConnection {
     DbName name;
     const DbDriver *driver;
-    void *engine;        // the driver's own record; null while there is no connection
-    std::string error;   // the last failure
-    std::string logged;  // the failure that was logged last; emptied by the next success
+    void *engine;         // the driver's own record; null while there is no connection
+    std::string error;    // the last failure
+    std::string logged;   // the failure that was logged last; emptied by the next success
+    bool in_transaction;  // from DbBegin to DbCommit or DbRollback, even when the connection broke meanwhile
 };
 
 struct DbStatementText {

@@ -1,9 +1,9 @@
 -- The media database. The four media tables are alike: one row per file, columns named like the record's fields.
 -- Texts are UTF-8; paths are bytes as they stand in the request. A zero number and an empty text mean "unknown".
+-- A row lives in the tree of its path: saving one writes one page, and a folder lies in one piece.
 
 create table music (
-    id                integer primary key,
-    path              text not null unique,
+    path              text not null primary key,
     track             integer not null,
     disc              integer not null,
     year              integer not null,
@@ -30,11 +30,10 @@ create table music (
     filesize          integer not null,          -- bytes
     cover_count       integer not null,
     iso               integer not null
-);
+) without rowid;
 
 create table video (
-    id                integer primary key,
-    path              text not null unique,
+    path              text not null primary key,
     track             integer not null,
     disc              integer not null,
     year              integer not null,
@@ -62,11 +61,10 @@ create table video (
     cover_count       integer not null,
     iso               integer not null,
     seen              text not null default '0'  -- '1': seen by a resynchronisation of the photo share
-);
+) without rowid;
 
 create table photo (
-    id                integer primary key,
-    path              text not null unique,
+    path              text not null primary key,
     track             integer not null,
     disc              integer not null,
     year              integer not null,
@@ -93,11 +91,10 @@ create table photo (
     filesize          integer not null,          -- bytes
     cover_count       integer not null,
     iso               integer not null
-);
+) without rowid;
 
 create table playlist (
-    id                integer primary key,
-    path              text not null unique,
+    path              text not null primary key,
     track             integer not null,
     disc              integer not null,
     year              integer not null,
@@ -124,9 +121,8 @@ create table playlist (
     filesize          integer not null,          -- bytes
     cover_count       integer not null,
     iso               integer not null
-);
+) without rowid;
 
 create table directory (
-    id                integer primary key,
-    path              text not null unique
-);
+    path              text not null primary key
+) without rowid;

@@ -1,8 +1,7 @@
 -- The photo database: photos, albums, who may see them, and the notes on videos.
 
 create table photo (
-    id            integer primary key,
-    path          text not null unique,     -- bytes as they stand in the request
+    path          text not null primary key, -- bytes as they stand in the request
     name          text not null,            -- file name
     title         text not null,
     description   text not null,
@@ -18,7 +17,7 @@ create table photo (
     iso           integer not null,
     filesize      integer not null,         -- bytes
     updated       integer not null          -- 1: seen since the last resynchronisation began
-);
+) without rowid;
 
 -- The order of the columns is part of the daemon's insert, which gives all ten values. Booleans are kept as 't' and
 -- 'f', whatever they are written as.
