@@ -1,6 +1,5 @@
 // Everything that is declared and not built yet answers here, with a message and a failure: no row is written
 // for a format without its reader. A piece that gets built leaves this file; the last one deletes it.
-#include "audio/mp4.h"
 #include "common/log.h"
 #include "photo/album.h"
 #include "photo/album_rename.h"
@@ -22,8 +21,6 @@ static int NotBuiltYet(const char *operation, const char *path)
 
 // clang-format off
 
-int Mp4IndexAdd(const char *path) { return NotBuiltYet(__func__, path); }
-int Mp4IndexDelete(const char *path) { return NotBuiltYet(__func__, path); }
 int VideoIndexAdd(const char *path) { return NotBuiltYet(__func__, path); }
 int VideoIndexDelete(const char *path) { return NotBuiltYet(__func__, path); }
 
