@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <set>
 
 #include "platform/db_access.h"
 #include "platform/media_index.h"
@@ -24,14 +25,26 @@ static std::string Text(const char *text)
     return text ? text : "(null)";
 }
 
+// What the test wants a call to answer; `result` when it says nothing about that call.
+static int Scripted(const char *name, int result)
+{
+    std::deque<int> &next = platform.next_results[name];
+    if (!next.empty()) {
+        result = next.front();
+        next.pop_front();
+        return result;
+    }
+    auto scripted = platform.results.find(name);
+    return scripted == platform.results.end() ? result : scripted->second;
+}
+
 static int Note(const char *name, std::initializer_list<std::string> arguments, int result = 0)
 {
     std::string line = name;
     for (const std::string &argument : arguments)
         line += " " + argument;
     platform.calls.push_back(line);
-    auto scripted = platform.results.find(name);
-    return scripted == platform.results.end() ? result : scripted->second;
+    return Scripted(name, result);
 }
 
 // ---- queries ----
@@ -47,6 +60,10 @@ struct NuboDbResult {
 
 static NuboDbConnection fake_connection;
 
+// The open queries. They stay reachable, so that one that is left open on purpose is no leak to a leak checker;
+// tests look at `open_handles`.
+static auto *const fake_handles = new std::set<NuboDbHandle *>;
+
 static NuboDbHandle *Query(const char *name, int table, const char *columns, const char *condition,
                            const char *order, int limit)
 {
@@ -58,7 +75,10 @@ static NuboDbHandle *Query(const char *name, int table, const char *columns, con
         result->rows = platform.queries.front();
         platform.queries.pop_front();
     }
-    return new NuboDbHandle{&fake_connection, result, -1, static_cast<int>(result->rows.size())};
+    platform.open_handles++;
+    return *fake_handles
+                ->insert(new NuboDbHandle{&fake_connection, result, -1, static_cast<int>(result->rows.size())})
+                .first;
 }
 
 // ---- libnlib ----
@@ -97,9 +117,8 @@ int NLIBFileGetLine(const char *file, const char *wanted, char *buf, int size, i
 
 int NLIBEncShParam(const char *src, char *out, int size)
 {
-    auto scripted = platform.results.find("NLIBEncShParam");
-    if (scripted != platform.results.end())
-        return scripted->second;
+    if (int failure = Scripted("NLIBEncShParam", 0))
+        return failure;
     int length = 0;
     for (; *src; src++) {
         if (length + 3 > size)
@@ -129,9 +148,8 @@ int BlNUBOFileCheckKeyValue(const char *file, const char *key, const char *value
 
 int NUBOEAPath(const char *path, const char *key, char *out, int size)
 {
-    auto scripted = platform.results.find("NUBOEAPath");
-    if (scripted != platform.results.end())
-        return scripted->second;
+    if (int failure = Scripted("NUBOEAPath", 0))
+        return failure;
     snprintf(out, static_cast<size_t>(size), "%s@%s", path, key);
     return 0;
 }
@@ -208,9 +226,8 @@ void NUBODBFreeResult(NuboDbResult *result)
 
 int NUBODBEscapeString(char *dst, const char *src, int length)
 {
-    auto scripted = platform.results.find("NUBODBEscapeString");
-    if (scripted != platform.results.end())
-        return scripted->second;
+    if (int failure = Scripted("NUBODBEscapeString", 0))
+        return failure;
     for (int i = 0; i < length; i++) {
         if (src[i] == '\'')
             *dst++ = '\'';
@@ -222,9 +239,8 @@ int NUBODBEscapeString(char *dst, const char *src, int length)
 
 int NUBODBEscapeBackslash(char *dst, int size, const char *src)
 {
-    auto scripted = platform.results.find("NUBODBEscapeBackslash");
-    if (scripted != platform.results.end())
-        return scripted->second;
+    if (int failure = Scripted("NUBODBEscapeBackslash", 0))
+        return failure;
     for (; *src; src++) {
         size -= *src == '\\' ? 2 : 1;
         if (size <= 0)
@@ -393,8 +409,11 @@ NuboDbHandle *PhotoInfoDBOpen(int table, const char *columns, const char *condit
 void PhotoInfoDBClose(NuboDbHandle *handle)
 {
     (void)Note("PhotoInfoDBClose", {});
-    if (handle)
-        delete handle->result;
+    if (!handle)
+        return;
+    platform.open_handles--;
+    fake_handles->erase(handle);
+    delete handle->result;
     delete handle;
 }
 

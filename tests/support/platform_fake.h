@@ -20,6 +20,9 @@ struct PlatformFake {
     // The results of calls by name, instead of 0 (or of what success is called there).
     std::map<std::string, int> results;
 
+    // Results of the next calls by name, one a call, before `results` counts.
+    std::map<std::string, std::deque<int>> next_results;
+
     std::vector<MediaInfoRecord> saved;         // the records of MediaInfoDBSave
     std::vector<PhotoInfoRecord> saved_photos;  // the records of PhotoInfoDBSave
 
@@ -28,6 +31,7 @@ struct PlatformFake {
     std::deque<std::vector<FakeRow>> queries;
 
     std::map<std::string, std::string> settings;  // "file key" to value, for the key-value calls
+    int open_handles = 0;                         // queries that were not closed
     int music_dirty = 0;
     int video_dirty = 0;
     int image_width = 0;  // NUBOIndexImgResGet fails while this is 0
