@@ -1,6 +1,14 @@
-// The comparison of the whole photo share with the photo database.
+// The comparison of the photo share with the photo database.
 #pragma once
 
-// Adds what is new below a folder, marks what is seen again, and, for the whole share (null), sweeps what
-// was not seen. 0 or -1.
+#include <glob.h>
+
+// Adds what is new in a folder and below it and marks what is seen again. For the whole share (null) every mark is
+// cleared first, and rows without one are deleted at the end. The working directory changes meanwhile. A folder
+// that cannot be entered is left out; when that is the share itself, nothing is deleted.
+// 0 or -1.
 int PhotoIndexSyncDir(const char *dir);
+
+// The same for the files of one folder: `names` are what stands in it, relative to `dir`. 0; -1 when it could not
+// be compared.
+int PhotoIndexSyncFiles(const char *dir, const glob_t *names);
