@@ -1,0 +1,73 @@
+// The command line as a whole: its sub-commands, its help, its exit status.
+#include "command.h"
+
+#include <algorithm>
+
+static constexpr char DESCRIPTION[] = "Asks the media indexing daemon for work and shows what it has indexed.";
+static constexpr char FOOTER[] =
+    "Exit status: 0 done, 1 failed at least in part, 2 command line not understood.";
+
+CLI::Option *PathsDefine(CLI::App &command, const char *name, const char *help)
+{
+    return command.add_option(name)->description(help)->required()->expected(1, -1)->allow_extra_args();
+}
+
+static void CommandsDefine(CLI::App &app, CommandRun &chosen)
+{
+    app.require_subcommand(1);
+    app.footer(FOOTER);
+    AddCommandDefine(app, chosen);
+    RemoveCommandDefine(app, chosen);
+    RenameCommandDefine(app, chosen);
+    RebuildCommandDefine(app, chosen);
+    RefreshCommandDefine(app, chosen);
+    TruncateCommandDefine(app, chosen);
+}
+
+// The parser gives some names a meaning of their own: "[a,b]" is a list, "++" ends a sub-command, and "--" does not
+// reach behind the first path. "./" in front keeps them paths. The parser takes its arguments in reverse order.
+static std::vector<std::string> ArgumentsFor(int argc, const char *const *argv)
+{
+    std::vector<std::string> arguments;
+    bool only_paths = false;
+    for (int i = 1; i < argc; i++) {
+        std::string argument = argv[i];
+        if (argument == "--" && !only_paths) {
+            only_paths = true;
+            continue;
+        }
+        bool is_special =
+            argument == "++" || argument.starts_with('[') || (only_paths && argument.starts_with('-'));
+        arguments.push_back(is_special ? "./" + argument : argument);
+    }
+    std::reverse(arguments.begin(), arguments.end());
+    return arguments;
+}
+
+static int Parsed(CLI::App &app, int argc, const char *const *argv, const Output &output)
+{
+    try {
+        app.parse(ArgumentsFor(argc, argv));
+        return -1;
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error, output.out, output.err) == 0 ? TOOL_OK : TOOL_USAGE;
+    }
+}
+
+int ToolRun(int argc, const char *const *argv, const Output &output)
+{
+    try {
+        CLI::App app(DESCRIPTION, "nuboindex");
+        CommandRun chosen;
+        CommandsDefine(app, chosen);
+        int status = Parsed(app, argc, argv, output);
+        if (status < 0)
+            status = chosen(output);
+        output.out.flush();
+        if (!output.out)
+            return Complain(output, "the output could not be written");
+        return status;
+    } catch (const std::exception &error) {
+        return Complain(output, error.what());
+    }
+}
