@@ -18,9 +18,16 @@ void RenameCommandDefine(CLI::App &app, CommandRun &chosen);
 void RebuildCommandDefine(CLI::App &app, CommandRun &chosen);
 void RefreshCommandDefine(CLI::App &app, CommandRun &chosen);
 void TruncateCommandDefine(CLI::App &app, CommandRun &chosen);
+void StatusCommandDefine(CLI::App &app, CommandRun &chosen);
+void ListCommandDefine(CLI::App &app, CommandRun &chosen);
+void ShowCommandDefine(CLI::App &app, CommandRun &chosen);
+void FailuresCommandDefine(CLI::App &app, CommandRun &chosen);
 
 // One or more paths, to be read with results(), which leaves every byte as it is.
 CLI::Option *PathsDefine(CLI::App &command, const char *name, const char *help);
+
+// --json, for the sub-commands that print data.
+CLI::Option *JsonOptionDefine(CLI::App &command);
 
 // Parses the command line and runs what it asks for. Returns the exit status; catches everything.
 int ToolRun(int argc, const char *const *argv, const Output &output);

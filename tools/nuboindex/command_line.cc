@@ -12,6 +12,11 @@ CLI::Option *PathsDefine(CLI::App &command, const char *name, const char *help)
     return command.add_option(name)->description(help)->required()->expected(1, -1)->allow_extra_args();
 }
 
+CLI::Option *JsonOptionDefine(CLI::App &command)
+{
+    return command.add_flag("--json")->description("print JSON");
+}
+
 static void CommandsDefine(CLI::App &app, CommandRun &chosen)
 {
     app.require_subcommand(1);
@@ -22,6 +27,10 @@ static void CommandsDefine(CLI::App &app, CommandRun &chosen)
     RebuildCommandDefine(app, chosen);
     RefreshCommandDefine(app, chosen);
     TruncateCommandDefine(app, chosen);
+    StatusCommandDefine(app, chosen);
+    ListCommandDefine(app, chosen);
+    ShowCommandDefine(app, chosen);
+    FailuresCommandDefine(app, chosen);
 }
 
 // The parser gives some names a meaning of their own: "[a,b]" is a list, "++" ends a sub-command, and "--" does not

@@ -1,5 +1,4 @@
 // nuboindex: the command through which people and scripts use the indexing daemon.
-#include <locale.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
