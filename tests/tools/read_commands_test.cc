@@ -258,16 +258,17 @@ TEST_F(StatusCommand, CountsEverything)
     WriteFile(INDEX_QUEUE_PATH, "a:/1\na:/2\n");
     ToolResult result = RunTool({"status"});
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(result.out, "daemon          not running\n"
-                          "queue           2 lines\n"
-                          "batch           none\n"
-                          "music           1 rows\n"
-                          "video           1 rows\n"
-                          "photo           1 rows\n"
-                          "playlist        1 rows\n"
-                          "directory       1 rows\n"
-                          "photo_database  0 rows\n"
-                          "albums          0 rows\n");
+    EXPECT_EQ(result.out, "daemon           not running\n"
+                          "queue            2 waiting\n"
+                          "batch            none\n"
+                          "rows\n"
+                          "  music          1\n"
+                          "  video          1\n"
+                          "  photo          1\n"
+                          "  playlist       1\n"
+                          "  directory      1\n"
+                          "  photo_database 0\n"
+                          "  albums         0\n");
 }
 
 TEST_F(StatusCommand, JsonHasNullForWhatIsUnknown)
@@ -289,11 +290,11 @@ TEST_F(StatusCommand, ABatchIsInProgressOrInterrupted)
 {
     WriteFile(INDEX_QUEUE_WORK_PATH, "a:/1\na:/2\n");
     EXPECT_NE(RunTool({"status"})
-                  .out.find("batch           interrupted, 2 lines; it starts over when the daemon does\n"),
+                  .out.find("batch            interrupted, 2 lines; it starts over when the daemon does\n"),
               std::string::npos);
 
     SleepingProcess daemon("nuboindexd");  // it has not opened the file
-    EXPECT_NE(RunTool({"status"}).out.find("batch           in progress, 2 lines\n"), std::string::npos);
+    EXPECT_NE(RunTool({"status"}).out.find("batch            in progress, 2 lines\n"), std::string::npos);
 }
 
 TEST_F(StatusCommand, ABrokenDatabaseIsReportedAndTheRestIsShown)
@@ -301,8 +302,8 @@ TEST_F(StatusCommand, ABrokenDatabaseIsReportedAndTheRestIsShown)
     WriteFile(Scratch("/state/media.db"), std::string(8192, 'x'));
     ToolResult result = RunTool({"status"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.out.find("daemon          not running\n"), std::string::npos);
-    EXPECT_NE(result.out.find("music           unknown rows\n"), std::string::npos);
+    EXPECT_NE(result.out.find("daemon           not running\n"), std::string::npos);
+    EXPECT_NE(result.out.find("  music          unknown\n"), std::string::npos);
     EXPECT_EQ(result.err, "nuboindex: a database cannot be read; the system log says why\n");
     for (const std::vector<std::string> &arguments :
          {std::vector<std::string>{"list", "music"}, {"show", "/x"}}) {

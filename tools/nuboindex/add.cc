@@ -55,10 +55,8 @@ static int AddRun(const std::vector<std::string> &paths, char forced, const Outp
 
 void AddCommandDefine(CLI::App &app, CommandRun &chosen)
 {
-    CLI::App *command = app.add_subcommand(
-        "add",
-        "Index files, and folders with all that is in them, anew. Paths that cannot be queued are reported; "
-        "the others are queued.");
+    CLI::App *command = app.add_subcommand("add", "Index files, and folders with all that is in them.");
+    command->footer("A path that cannot be queued is reported, and the others are queued.");
     CLI::Option *paths = PathsDefine(*command, "PATH", "files or folders");
     CLI::Option *single = command->add_flag("-s,--single")
                               ->description("a folder by itself, without what is in it (request \"a\"); "

@@ -59,7 +59,12 @@ static int Parsed(CLI::App &app, int argc, const char *const *argv, const Output
         app.parse(ArgumentsFor(argc, argv));
         return -1;
     } catch (const CLI::ParseError &error) {
-        return app.exit(error, output.out, output.err) == 0 ? TOOL_OK : TOOL_USAGE;
+        if (error.get_exit_code() == 0)
+            return app.exit(error, output.out, output.err);
+        bool is_unknown = app.get_subcommands().empty() && argc > 1;
+        (void)Complain(output, is_unknown ? std::string("no such sub-command: ") + argv[1] : error.what());
+        output.err << "Run 'nuboindex --help' or 'nuboindex SUBCOMMAND --help'.\n";
+        return TOOL_USAGE;
     }
 }
 

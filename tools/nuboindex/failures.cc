@@ -52,9 +52,8 @@ static int FailuresRun(bool as_json, const Output &output)
 
 void FailuresCommandDefine(CLI::App &app, CommandRun &chosen)
 {
-    CLI::App *command =
-        app.add_subcommand("failures", "Show the files whose contents could not be read, the oldest "
-                                       "first. They are in the index with their names only.");
+    CLI::App *command = app.add_subcommand("failures", "Show the files whose contents could not be read.");
+    command->footer("The oldest failure comes first. The files are in the index, with what their names tell.");
     CLI::Option *json = JsonOptionDefine(*command);
     command->callback([&chosen, json] {
         chosen = [as_json = json->count() > 0](const Output &output) { return FailuresRun(as_json, output); };

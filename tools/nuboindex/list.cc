@@ -107,10 +107,9 @@ static int ListRun(const std::string &name, bool as_json, const Output &output)
 
 void ListCommandDefine(CLI::App &app, CommandRun &chosen)
 {
-    CLI::App *command = app.add_subcommand(
-        "list",
-        "Show all rows of a kind, ordered by path: a table on a terminal, elsewhere lines with a tab between "
-        "the same columns.");
+    CLI::App *command = app.add_subcommand("list", "Show all rows of a kind, ordered by path.");
+    command->footer("On a terminal a table that fits it; elsewhere whole lines, without headers, with a tab "
+                    "between the columns.");
     CLI::Option *kind = command->add_option("KIND")->description("music, video, photo, playlist or directory");
     kind->required()->check(CLI::IsMember({"music", "video", "photo", "playlist", "directory"}));
     CLI::Option *json = JsonOptionDefine(*command);

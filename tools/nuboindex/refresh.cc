@@ -4,9 +4,8 @@
 
 void RefreshCommandDefine(CLI::App &app, CommandRun &chosen)
 {
-    CLI::App *command =
-        app.add_subcommand("refresh", "Read every photo of the photo share again. Rows of photos that "
-                                      "are gone stay; \"rebuild photo\" removes them.");
+    CLI::App *command = app.add_subcommand("refresh", "Read every photo of the photo share again.");
+    command->footer("Rows of photos that are gone stay; \"rebuild photo\" removes them.");
     CLI::Option *share =
         command->add_option("SHARE")->description("photo; the daemon refreshes no other share");
     share->required()->check(CLI::IsMember({"photo"}));

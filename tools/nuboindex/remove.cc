@@ -55,8 +55,9 @@ static int RemoveRun(const std::vector<std::string> &paths, const std::string &f
 
 void RemoveCommandDefine(CLI::App &app, CommandRun &chosen)
 {
-    CLI::App *command = app.add_subcommand(
-        "remove", "Forget files and folders that no longer exist. The daemon keeps what still does.");
+    CLI::App *command = app.add_subcommand("remove", "Forget files and folders that no longer exist.");
+    command->footer("The daemon keeps the rows of what still exists when it gets to the request. What is gone "
+                    "no longer tells what it was, so a path that could have been a file is queued as both.");
     CLI::Option *paths = PathsDefine(*command, "PATH", "files or folders; a slash at the end says folder");
     CLI::Option *single =
         command->add_flag("-s,--single")->description("each was a single file (request \"d\")");

@@ -17,9 +17,9 @@ static int RenameRun(const std::string &given_new, const std::string &given_old,
 
 void RenameCommandDefine(CLI::App &app, CommandRun &chosen)
 {
-    CLI::App *command = app.add_subcommand(
-        "rename", "Tell that a file or folder was moved, so that its titles, notes and rights move along. "
-                  "Mind the order: the new path comes first.");
+    CLI::App *command =
+        app.add_subcommand("rename", "Tell that a file or folder was moved; the new path comes first.");
+    command->footer("The photos keep their titles and albums, the videos their notes.");
     CLI::Option *new_path = command->add_option("NEW")->description("the path after the move")->required();
     CLI::Option *old_path = command->add_option("OLD")->description("the path before the move")->required();
     command->callback([&chosen, new_path, old_path] {

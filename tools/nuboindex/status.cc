@@ -66,15 +66,15 @@ static std::string BatchText(const StatusReport &status)
 
 static void TextPrint(const StatusReport &status, const Output &output)
 {
-    output.out << "daemon          "
+    output.out << "daemon           "
                << (status.pid ? "running, pid " + std::to_string(status.pid) : std::string("not running"))
                << '\n'
-               << "queue           " << Number(status.queue_lines) << " lines\n"
-               << "batch           " << BatchText(status) << '\n';
+               << "queue            " << Number(status.queue_lines) << " waiting\n"
+               << "batch            " << BatchText(status) << "\nrows\n";
     for (const StatusRowCount &count : status.counts) {
-        std::string label = count.name;
+        std::string label = "  " + count.name;
         label.resize(16, ' ');
-        output.out << label << Number(count.rows) << " rows\n";
+        output.out << label << ' ' << Number(count.rows) << '\n';
     }
 }
 
@@ -117,10 +117,9 @@ static int StatusRun(bool as_json, const Output &output)
 
 void StatusCommandDefine(CLI::App &app, CommandRun &chosen)
 {
-    CLI::App *command = app.add_subcommand(
-        "status",
-        "Show whether the daemon runs, what waits in its queue, how far a batch has come and how much is "
-        "indexed. Which line a batch is at can be seen by root.");
+    CLI::App *command = app.add_subcommand("status", "Show what the daemon does and how much is indexed.");
+    command->footer("Which line a batch is at can be seen by root and only roughly: the daemon reads its work "
+                    "file in blocks.");
     CLI::Option *json = JsonOptionDefine(*command);
     command->callback([&chosen, json] {
         chosen = [as_json = json->count() > 0](const Output &output) { return StatusRun(as_json, output); };

@@ -14,9 +14,9 @@ static int TruncateRun(const std::string &table, const Output &output)
 
 void TruncateCommandDefine(CLI::App &app, CommandRun &chosen)
 {
-    CLI::App *command =
-        app.add_subcommand("truncate", "Empty one table of the index. The library knows which there "
-                                       "are; any other name changes nothing.");
+    CLI::App *command = app.add_subcommand("truncate", "Empty one table of the media database.");
+    command->footer(
+        "The tables are music, video, photo, playlist and directory; any other name changes nothing.");
     CLI::Option *table = command->add_option("TABLE")->description("name of the table")->required();
     command->callback([&chosen, table] {
         chosen = [table](const Output &output) { return TruncateRun(table->results().front(), output); };
