@@ -7,7 +7,9 @@
 // Copies `src` into a buffer of `size` bytes (above 0), cut at size - 1.
 inline void TextCopy(char *dst, size_t size, const char *src)
 {
-    size_t length = strnlen(src, size - 1);
+    size_t length = strlen(src);
+    if (length > size - 1)
+        length = size - 1;
     memcpy(dst, src, length);
     dst[length] = '\0';
 }

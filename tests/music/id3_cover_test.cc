@@ -66,8 +66,9 @@ static bool IsThere(const std::string &path)
 
 TEST_F(Id3Cover, IsWrittenWithModeAndOwner)
 {
-    (void)chown(MediaPath().c_str(), 1234,
-                2345);  // works for root only; the owner is taken from the file anyway
+    // Works for root only; the owner is taken from the file anyway.
+    int ignored = chown(MediaPath().c_str(), 1234, 2345);
+    (void)ignored;
     struct stat media;
     ASSERT_EQ(stat(MediaPath().c_str(), &media), 0);
     umask(0077);
