@@ -12,6 +12,7 @@
 static const char *const FILE_NAMES[] = {"/media.db", "/photo.db"};
 
 static constexpr int BUSY_WAIT_MS = 3000;  // for a writer elsewhere; readers are never in the way
+static constexpr int BUSY_STEP_MS = 10;
 
 // Per connection. 512 KiB of pages are enough for the paths of the trees, and the daemon is forked for every
 // probed file. The log may grow to 32 MiB before it is worked into the file, because that costs two flushes.
@@ -81,6 +82,21 @@ static int IntegerQuery(sqlite3 *db, const char *sql)
     return sqlite3_exec(db, sql, take, &value, nullptr) == SQLITE_OK ? value : -1;
 }
 
+// Where two processes make the same file at the same time, this is the one step at which the engine does not wait
+// for the other by itself.
+static int LogModeSet(sqlite3 *db)
+{
+    int code = SQLITE_BUSY;
+    for (int waited = 0; code == SQLITE_BUSY && waited < BUSY_WAIT_MS; waited += BUSY_STEP_MS) {
+        code = sqlite3_exec(db, "pragma journal_mode = wal", nullptr, nullptr, nullptr);
+        if ((code & 0xFF) == SQLITE_BUSY) {
+            code = SQLITE_BUSY;
+            sqlite3_sleep(BUSY_STEP_MS);
+        }
+    }
+    return code;
+}
+
 // The file's lasting properties. They are set while it is empty; on a file system that cannot share memory the
 // engine stays with its rollback journal, which is slower and equally safe.
 static int FileSetUp(sqlite3 *db)
@@ -90,8 +106,7 @@ static int FileSetUp(sqlite3 *db)
         return -1;
     if (version == 0 && sqlite3_exec(db, "pragma auto_vacuum = incremental", nullptr, nullptr, nullptr))
         return -1;
-    if (sqlite3_exec(db, "pragma journal_mode = wal", nullptr, nullptr, nullptr) != SQLITE_OK &&
-        !sqlite3_db_readonly(db, "main"))
+    if (LogModeSet(db) != SQLITE_OK && !sqlite3_db_readonly(db, "main"))
         return -1;
     int keep = 1;  // the log's files stay when the last writer leaves: who may only read needs them
     (void)sqlite3_file_control(db, "main", SQLITE_FCNTL_PERSIST_WAL, &keep);

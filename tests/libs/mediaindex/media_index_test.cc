@@ -2,8 +2,13 @@
 #include "platform/media_index.h"
 
 #include <math.h>
+#include <signal.h>
 #include <string.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <random>
 
 #include "libs/database_test.h"
 #include "libs/syslog_capture.h"
@@ -430,6 +435,52 @@ TEST_F(MediaIndex, RowSurvivesKillRightAfterItsSave)
         EXPECT_EQ(Paths(kind), Texts{path});
         EXPECT_EQ(Value(kind, "title"), "whole");
     }
+}
+
+// The child says over a pipe what was reported as stored, and dies at any moment.
+static void SaveAndTell(int pipe_end)
+{
+    for (int i = 0;; i++) {
+        if (Save(MEDIA_KIND_MUSIC, "/m/" + std::to_string(i), "whole") != 0)
+            _exit(1);
+        if (write(pipe_end, &i, sizeof i) != static_cast<ssize_t>(sizeof i))
+            _exit(1);
+    }
+}
+
+static int KillAtSomeMoment(useconds_t moment)
+{
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    DbClose();
+    pid_t child = fork();
+    if (child == 0)
+        SaveAndTell(ends[1]);
+    close(ends[1]);
+    usleep(moment);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    int last = -1;
+    for (int i = 0; read(ends[0], &i, sizeof i) == static_cast<ssize_t>(sizeof i);)
+        last = i;
+    close(ends[0]);
+    return last + 1;
+}
+
+TEST_F(MediaIndex, RowsReportedBeforeAKillAtAnyMomentAreThere)
+{
+    std::mt19937 random(3);
+    int reported_in_all = 0;
+    for (int round = 0; round < 25; round++) {
+        int reported = KillAtSomeMoment(static_cast<useconds_t>(random() % 40000));
+        reported_in_all += reported;
+        Texts titles = Column(MEDIA_KIND_MUSIC, "title");
+        ASSERT_GE(static_cast<int>(titles.size()), reported);
+        ASSERT_LE(static_cast<int>(titles.size()), reported + 1);  // stored, and killed before it could say so
+        EXPECT_EQ(std::count(titles.begin(), titles.end(), "whole"), static_cast<long>(titles.size()));
+        ASSERT_EQ(NUBOTruncateTable("music"), 0);
+    }
+    EXPECT_GT(reported_in_all, 100);
 }
 
 TEST_F(MediaIndex, RowStaysGoneAfterKill)

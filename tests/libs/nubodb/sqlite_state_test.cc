@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "libs/database_test.h"
@@ -70,6 +71,55 @@ TEST_F(SqliteState, HalfATransactionDoesNotSurviveKill)
     });
     EXPECT_EQ(Stored(), Texts{"/a"});
     EXPECT_TRUE(Store("/b"));
+}
+
+// The daemon and a tool on a new box.
+TEST_F(SqliteState, DatabaseIsMadeOnceWhenManyComeAtTheSameTime)
+{
+    for (int round = 0; round < 10; round++) {
+        for (const char *file : {"/media.db", "/media.db-wal", "/media.db-shm"})
+            (void)unlink(Scratch(std::string("/state") + file).c_str());
+        std::vector<pid_t> children;
+        for (int i = 0; i < 4; i++) {
+            children.push_back(fork());
+            if (children.back() == 0) {
+                bool stored = Store(("/" + std::to_string(i)).c_str());
+                if (!stored && !syslog_lines.empty())
+                    fprintf(stderr, "%s\n", syslog_lines[0].c_str());
+                _exit(stored ? 0 : 1);
+            }
+        }
+        for (pid_t child : children) {
+            int status = 0;
+            waitpid(child, &status, 0);
+            EXPECT_EQ(status, 0);
+        }
+        EXPECT_EQ(Stored(), (Texts{"/0", "/1", "/2", "/3"}));
+        DbClose();
+    }
+}
+
+TEST_F(SqliteState, AnybodyMayReadWithTheDaemonAndWithout)
+{
+    ASSERT_TRUE(Store("/a"));
+    ASSERT_EQ(chmod(Scratch("").c_str(), 0755), 0);  // the scratch folder itself
+    for (bool daemon : {true, false}) {
+        if (!daemon)
+            DbClose();
+        pid_t child = fork();
+        if (child == 0) {
+            sqlite3 *db = nullptr;
+            bool other = setgid(65534) == 0 && setuid(65534) == 0;  // not root: then the own rights have to do
+            (void)other;
+            int code = sqlite3_open_v2(Scratch("/state/media.db").c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+            if (code == SQLITE_OK)
+                code = sqlite3_exec(db, "select path from directory", nullptr, nullptr, nullptr);
+            _exit(code);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0) << (daemon ? "with" : "without") << " the daemon";
+    }
 }
 
 TEST_F(SqliteState, ReaderWithAnOpenQueryIsNotInTheWay)
