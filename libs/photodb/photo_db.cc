@@ -9,7 +9,6 @@
 #include "photodb/exported.h"
 
 static constexpr size_t PATH_SIZE = sizeof PhotoInfoRecord::path;
-static constexpr int MODE_SEEN_AGAIN = 5;
 
 static const char *const TABLES[] = {"photo", "video_desc", "video_comment", "photo_share",
                                      "photo_access_right"};
@@ -160,22 +159,9 @@ static DbValue Field(const char (&field)[size])
     return DbText(field, strnlen(field, size));
 }
 
-static constexpr char SAVE_NEW[] =
-    "insert into photo (path, name, title, description, album, camera_make, camera_model, exposure_time, "
-    "aperture,"
-    " date_taken, create_time, resolution_x, resolution_y, iso, filesize, updated)"
-    " values ($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, $12, $13, $14, $15, 1)"
-    " on conflict (path) do update set name = excluded.name, title = excluded.title,"
-    " description = excluded.description, album = excluded.album, camera_make = excluded.camera_make,"
-    " camera_model = excluded.camera_model, exposure_time = excluded.exposure_time, aperture = "
-    "excluded.aperture,"
-    " date_taken = excluded.date_taken, create_time = excluded.create_time, resolution_x = "
-    "excluded.resolution_x,"
-    " resolution_y = excluded.resolution_y, iso = excluded.iso, filesize = excluded.filesize, updated = 1";
-
-// A description file hands its text over once. Who sees the photo again without one has only the file's name for a
-// title and nothing for a description; what was given before stays then.
-static constexpr char SAVE_SEEN_AGAIN[] =
+// A description file hands its text over once, and from then on the row is all that knows it. Whoever reads the photo
+// again has only the file's name for a title and nothing for a description; what was given before stays then.
+static constexpr char SAVE[] =
     "insert into photo (path, name, title, description, album, camera_make, camera_model, exposure_time, "
     "aperture,"
     " date_taken, create_time, resolution_x, resolution_y, iso, filesize, updated)"
@@ -190,7 +176,8 @@ static constexpr char SAVE_SEEN_AGAIN[] =
     "excluded.resolution_x,"
     " resolution_y = excluded.resolution_y, iso = excluded.iso, filesize = excluded.filesize, updated = 1";
 
-int PhotoInfoDBSave(const PhotoInfoRecord *record, int mode)
+// Adding and seeing again are the same here: both set the "updated" mark.
+int PhotoInfoDBSave(const PhotoInfoRecord *record, int)
 {
     if (!record || !record->path[0] || strnlen(record->path, PATH_SIZE) == PATH_SIZE)
         return -1;
@@ -214,11 +201,7 @@ int PhotoInfoDBSave(const PhotoInfoRecord *record, int mode)
         DbInteger(filesize),
         DbText(name_title.c_str()),
     };
-    size_t count = sizeof values / sizeof values[0];
-    bool again = mode == MODE_SEEN_AGAIN;
-    int64_t changed =
-        DbRun(DbOpen(DB_PHOTO), again ? SAVE_SEEN_AGAIN : SAVE_NEW, values, again ? count : count - 1);
-    return changed < 0 ? -1 : 0;
+    return DbRun(DbOpen(DB_PHOTO), SAVE, values, sizeof values / sizeof values[0]) < 0 ? -1 : 0;
 }
 
 int PhotoInfoDBDelete(const char *path)

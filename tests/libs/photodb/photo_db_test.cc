@@ -95,31 +95,24 @@ TEST_F(PhotoDb, EveryFieldComesBack)
         EXPECT_EQ(Column(e.column), Texts{e.value}) << e.column;
 }
 
-TEST_F(PhotoDb, SavedAsNewTakesEverythingFromTheRecord)
+TEST_F(PhotoDb, SavedAgainKeepsWhatAPersonWrote)
 {
-    PhotoInfoRecord record = Photo("/p/a.jpg");
-    strcpy(record.title, "Given"), strcpy(record.description, "Told");
-    ASSERT_EQ(PhotoInfoDBSave(&record, MODE_ADD), 0);
-    ASSERT_EQ(Save("/p/a.jpg", MODE_ADD), 0);
-    EXPECT_EQ(Column("title"), Texts{"a"});
-    EXPECT_EQ(Column("description"), Texts{""});
-}
-
-TEST_F(PhotoDb, SeenAgainKeepsWhatAPersonWrote)
-{
-    PhotoInfoRecord record = Photo("/p/a.jpg");
-    strcpy(record.title, "Given\n"), strcpy(record.description, "Told\n");
-    ASSERT_EQ(PhotoInfoDBSave(&record, MODE_ADD), 0);
-    PhotoInfoRecord again = Photo("/p/a.jpg");  // the description files were handed over long ago
-    again.iso = 800;
-    ASSERT_EQ(PhotoInfoDBSave(&again, MODE_REFRESH), 0);
-    EXPECT_EQ(Column("title"), Texts{"Given\n"});
-    EXPECT_EQ(Column("description"), Texts{"Told\n"});
-    EXPECT_EQ(Column("iso"), Texts{"800"});
-    strcpy(again.title, "Newer\n"), strcpy(again.description, "Told again\n");
-    ASSERT_EQ(PhotoInfoDBSave(&again, MODE_REFRESH), 0);
-    EXPECT_EQ(Column("title"), Texts{"Newer\n"});
-    EXPECT_EQ(Column("description"), Texts{"Told again\n"});
+    for (int mode : {MODE_ADD, MODE_REFRESH}) {
+        ASSERT_EQ(PhotoInfoDBDelete("/p/a.jpg"), 0);
+        PhotoInfoRecord record = Photo("/p/a.jpg");
+        strcpy(record.title, "Given\n"), strcpy(record.description, "Told\n");
+        ASSERT_EQ(PhotoInfoDBSave(&record, MODE_ADD), 0);
+        PhotoInfoRecord again = Photo("/p/a.jpg");  // the description files were handed over long ago
+        again.iso = 800;
+        ASSERT_EQ(PhotoInfoDBSave(&again, mode), 0);
+        EXPECT_EQ(Column("title"), Texts{"Given\n"});
+        EXPECT_EQ(Column("description"), Texts{"Told\n"});
+        EXPECT_EQ(Column("iso"), Texts{"800"});
+        strcpy(again.title, "Newer\n"), strcpy(again.description, "Told again\n");
+        ASSERT_EQ(PhotoInfoDBSave(&again, mode), 0);
+        EXPECT_EQ(Column("title"), Texts{"Newer\n"});
+        EXPECT_EQ(Column("description"), Texts{"Told again\n"});
+    }
 }
 
 TEST_F(PhotoDb, SeenAgainStoresAPhotoThatWasUnknown)
