@@ -12,6 +12,7 @@ static constexpr char LOG_MODULE[] = "photo_description";
 
 static constexpr int EA_PATH_SIZE = 4095;
 static constexpr size_t VALUE_SIZE = 255;
+static constexpr size_t STREAMS_KEPT = 64;
 
 // A pipe must not stop the daemon, a link must not show it a file of somebody else's, and a stream that stays open
 // must not reach the programs that are run.
@@ -24,6 +25,18 @@ static FILE *DescriptionOpen(const char *file_path)
     if (!file)
         (void)close(fd);
     return file;
+}
+
+// Streams stay open after reading. Only a bounded number of them does: a box with thousands of titles must not run out
+// of descriptors.
+static void StreamKeep(FILE *file)
+{
+    static FILE *kept[STREAMS_KEPT];
+    static size_t oldest = 0;
+    if (kept[oldest])
+        (void)fclose(kept[oldest]);
+    kept[oldest] = file;
+    oldest = (oldest + 1) % STREAMS_KEPT;
 }
 
 int DescriptionRead(LogSite at, const char *path, const char *key, char *out, int out_size)
@@ -44,6 +57,7 @@ int DescriptionRead(LogSite at, const char *path, const char *key, char *out, in
         LogColon(at, "failed to open file %s.", file_path);
         return -1;
     }
+    StreamKeep(file);
     *out = '\0';
     if (!fgets(out, out_size, file) && !feof(file)) {
         LogColon(at, "fgets() failed.");

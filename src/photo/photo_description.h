@@ -6,8 +6,7 @@
 #include "photo/photo_record.h"
 
 // Reads the first line of the description file of `path` for `key`, line feed included, and deletes the file: a
-// value is handed over once. An empty first line is no value. The stream stays open for good, so that every file
-// that could be opened costs one descriptor.
+// value is handed over once. An empty first line is no value. The stream stays open; the last 64 do.
 // 0: a value is in `out`, cut at out_size - 1 bytes; -1: none.
 int ReadPhotoEA(const char *path, const char *key, char *out, int out_size);
 

@@ -126,6 +126,17 @@ TEST(PhotoDescription, StreamStaysOpenAfterReading)
     EXPECT_EQ(OpenDescriptors(), before + 1);
 }
 
+TEST(PhotoDescription, ThousandsOfDescriptionsDoNotUseUpTheDescriptors)
+{
+    size_t before = OpenDescriptors();
+    char value[255];
+    for (int i = 0; i < 3000; i++) {
+        WriteFile(File(), "Summer\n");
+        ASSERT_EQ(ReadPhotoEA(Photo().c_str(), KEY, value, sizeof value), 0) << i;
+    }
+    EXPECT_LE(OpenDescriptors(), before + 64);
+}
+
 TEST(PhotoDescription, FieldsAreSetOnlyFromAValue)
 {
     static constexpr struct {
