@@ -33,12 +33,23 @@ static constexpr struct {
     {"MM\0+", 4, GeneralSizeRead, "TIFF"}, {"\0\0\1\0", 4, GeneralSizeRead, "ICO"},
 };
 
+// -1 when there is no regular file. Looked at before the open too: merely opening a device may start something.
+static int PictureOpen(const char *path)
+{
+    struct stat status;
+    if (stat(path, &status) < 0 || !S_ISREG(status.st_mode))
+        return -1;
+    int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd >= 0 && (fstat(fd, &status) < 0 || !S_ISREG(status.st_mode))) {
+        close(fd);
+        return -1;
+    }
+    return fd;
+}
+
 static int SizeRead(int fd, PixelSize *size)
 {
     char head[8] = {};
-    struct stat status;
-    if (fstat(fd, &status) < 0 || !S_ISREG(status.st_mode))
-        return -1;
     ssize_t length = pread(fd, head, sizeof head, 0);
     for (const auto &format : FORMATS) {
         if (length >= static_cast<ssize_t>(format.length) && !memcmp(head, format.magic, format.length))
@@ -51,7 +62,7 @@ int NUBOIndexImgResGet(const char *path, int *width, int *height)
 {
     if (!path || !width || !height)
         return -1;
-    int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    int fd = PictureOpen(path);
     if (fd < 0)
         return -1;
     PixelSize size = {};

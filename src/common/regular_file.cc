@@ -1,4 +1,5 @@
-// The open comes first and the look at what was opened second, so nothing can be exchanged in between.
+// A file is looked at twice: before the open, because merely opening a device may start something, and after it,
+// because the name may lead somewhere else by then.
 #include "common/regular_file.h"
 
 #include <errno.h>
@@ -9,12 +10,19 @@
 bool IsRegularFile(const char *path)
 {
     struct stat status;
-    return stat(path, &status) == 0 && S_ISREG(status.st_mode);
+    if (stat(path, &status) != 0)
+        return false;
+    if (S_ISREG(status.st_mode))
+        return true;
+    errno = EINVAL;
+    return false;
 }
 
 FILE *RegularFileOpen(const char *path)
 {
-    int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (!IsRegularFile(path))
+        return nullptr;
+    int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (fd < 0)
         return nullptr;
     struct stat status;

@@ -4,7 +4,7 @@
 
 #include <stdio.h>
 
-// True when the path leads to a regular file, through links too.
+// True when the path leads to a regular file, through links too; else errno is set, as below.
 bool IsRegularFile(const char *path);
 
 // Opens a regular file for reading, without ever blocking on anything else. Null with errno set on failure; EINVAL

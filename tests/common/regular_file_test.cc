@@ -3,6 +3,7 @@
 
 #include <errno.h>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -37,4 +38,19 @@ TEST(RegularFile, PipesDevicesFoldersAndNothingAreRefusedAtOnce)
         EXPECT_EQ(RegularFileOpen(c.path.c_str()), nullptr) << c.path;
         EXPECT_EQ(errno, c.reason) << c.path;
     }
+}
+
+// Opening a device may do something by itself: a watchdog starts to run, a terminal becomes the daemon's own. A pipe
+// stands in for it here.
+TEST(RegularFile, NothingElseIsEvenOpened)
+{
+    std::string pipe = Scratch("/volume1/pipe.mp3");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
+    int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(watch, pipe.c_str(), IN_OPEN), 0);
+    EXPECT_EQ(RegularFileOpen(pipe.c_str()), nullptr);
+    char events[4096];
+    EXPECT_EQ(read(watch, events, sizeof events), -1);
+    EXPECT_EQ(errno, EAGAIN);
+    close(watch);
 }

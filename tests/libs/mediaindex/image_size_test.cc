@@ -1,6 +1,7 @@
 // Pixel sizes of pictures whose headers are built here, and of headers that lie, break off or go on for ever.
 #include <gtest/gtest.h>
 #include <stdint.h>
+#include <sys/inotify.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -168,6 +169,20 @@ TEST(ImageSize, WhatIsNoPictureHasNone)
     EXPECT_NE(NUBOIndexImgResGet("/", &width, nullptr), 0);
     ASSERT_EQ(mkfifo(Scratch("/fifo.jpg").c_str(), 0600), 0);
     EXPECT_NE(NUBOIndexImgResGet(Scratch("/fifo.jpg").c_str(), &width, &height), 0);
+}
+
+// Opening a device may do something by itself; a pipe stands in for one here.
+TEST(ImageSize, NothingButRegularFilesIsOpened)
+{
+    ASSERT_EQ(mkfifo(Scratch("/fifo.jpg").c_str(), 0600), 0);
+    int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(watch, Scratch("/fifo.jpg").c_str(), IN_OPEN), 0);
+    int width;
+    int height;
+    EXPECT_NE(NUBOIndexImgResGet(Scratch("/fifo.jpg").c_str(), &width, &height), 0);
+    char events[4096];
+    EXPECT_EQ(read(watch, events, sizeof events), -1);
+    close(watch);
 }
 
 TEST(ImageSize, LargeSegmentsAreSteppedOver)
