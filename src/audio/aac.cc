@@ -8,6 +8,7 @@
 
 #include "common/log.h"
 #include "common/paths.h"
+#include "common/regular_file.h"
 #include "index/handler_steps.h"
 #include "platform/media_index.h"
 #include "platform/sdk.h"
@@ -68,7 +69,8 @@ int AacIndexAdd(const char *path)
     MediaInfoRecord record = {};
     if (MediaInfoCommonFill(path, &record) != 0)
         return -1;
-    bool is_read = AacMetaParse(path, &record) == 0;
+    // The decoder has no time limit: a pipe would keep it, and us, waiting for a writer for ever.
+    bool is_read = IsRegularFile(path) && AacMetaParse(path, &record) == 0;
     if (MediaInfoDBSave(MEDIA_KIND_MUSIC, &record) != 0) {
         LogColon(LOG_HERE, "Failed to save media info to database. [%s]", path);
         return is_read ? -1 : 1;  // 1 even when the save failed

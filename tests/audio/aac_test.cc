@@ -226,3 +226,15 @@ TEST(Aac, BadParametersAndMissingFiles)
     EXPECT_EQ(log_lines.size(), 1u);
     EXPECT_EQ(platform.calls, vector<string>{});
 }
+
+// The decoder would wait for a writer for ever, and the daemon for the decoder.
+TEST(Aac, APipeIsListedWithoutAskingTheDecoder)
+{
+    DecoderInstall(DecoderPrints(string(GOOD_LINE) + "\n"));
+    MakeFolder(Scratch("/volume1/music/Album"));
+    ASSERT_EQ(mkfifo(Song().c_str(), 0600), 0);
+    EXPECT_EQ(AacIndexAdd(Song().c_str()), 1);
+    EXPECT_EQ(platform.saved.at(0).duration, 0.0f);
+    EXPECT_STREQ(platform.saved.at(0).title, "Song");
+    EXPECT_EQ(ReadFile(Scratch("/arguments")), "");
+}
