@@ -12,6 +12,7 @@
 
 #include "common/log.h"
 #include "common/paths.h"
+#include "common/regular_file.h"
 #include "daemon/queue_commands.h"
 #include "platform/media_index.h"
 #include "platform/sdk.h"
@@ -36,7 +37,7 @@ static void QueueTakeOver(void)
 
 static FILE *WorkFileOpen(void)
 {
-    FILE *work = fopen(INDEX_QUEUE_WORK_PATH, "r");
+    FILE *work = RegularFileOpen(INDEX_QUEUE_WORK_PATH);
     if (work)
         return work;
     char command[4200];  // a shell command by contract: whatever stands in the way is removed, folders too

@@ -118,6 +118,24 @@ TEST(IndexQueue, UnopenableWorkFileIsRemovedByTheShell)
     EXPECT_NE(lstat(INDEX_QUEUE_WORK_PATH, &status), 0);
 }
 
+// A folder would be opened and read to its end at once, but never go away: no batch would run again.
+TEST(IndexQueue, FolderOrPipeInPlaceOfTheWorkFileIsRemovedAndTheNextBatchRuns)
+{
+    for (auto put : {mkdir, mkfifo}) {
+        ASSERT_EQ(put(INDEX_QUEUE_WORK_PATH, 0700), 0);
+        WriteFile(INDEX_QUEUE_PATH, "T:a\n");
+        log_lines.clear();
+        platform.calls.clear();
+        IndexQueueProcess();
+        ASSERT_EQ(log_lines.size(), 1u);
+        EXPECT_EQ(log_lines[0].rfind("index_queue(#): Failed to open ", 0), 0u);
+        EXPECT_NE(access(INDEX_QUEUE_WORK_PATH, F_OK), 0);
+        EXPECT_EQ(CommandCalls(), Lines{});
+        IndexQueueProcess();
+        EXPECT_EQ(CommandCalls(), Lines{"NUBOTruncateTable a"});
+    }
+}
+
 TEST(IndexQueue, LeftoverWorkFileIsExecutedAndTheQueueLeftAlone)
 {
     WriteFile(INDEX_QUEUE_WORK_PATH, "T:old\n");
