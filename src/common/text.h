@@ -21,5 +21,8 @@ inline void TextSet(char (&field)[size], const char *text)
     TextCopy(field, size, text);
 }
 
+// Adds "/name" to the path in a buffer of `size` bytes, cut at size - 1.
+void PathAppend(char *path, size_t size, const char *name);
+
 // Builds "dir/name" in a buffer of `size` bytes, cut at size - 1.
 void PathJoin(char *out, size_t size, const char *dir, const char *name);

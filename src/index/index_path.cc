@@ -1,5 +1,6 @@
-// The folder walk. Depth first, in the order in which the file system lists entries; one open folder and
-// one path buffer a level.
+// The folder walk. Depth first, in the order in which the file system lists entries; one open folder a level, and
+// one path buffer for the whole walk: anybody may nest folders two thousand deep, and a buffer for each of
+// them would not fit on the stack.
 #include "index/index_path.h"
 
 #include <dirent.h>
@@ -53,29 +54,44 @@ static bool IsSkippedName(const char *name)
     return strcmp(name, ".") == 0 || strcmp(name, "..") == 0 || strcmp(name, ATTRIBUTE_FOLDER) == 0;
 }
 
-static int TreeUpdate(const char *dir_path, int mode, int type)
+// Walks the folder that `path` names; the buffer holds its entries' paths in between, and the folder's again at the
+// end.
+static int TreeUpdate(char (&path)[4096], int mode, int type)
 {
-    if (IsRecycleBinPath(dir_path))
+    if (IsRecycleBinPath(path))
         return 0;
-    DIR *dir = opendir(dir_path);
+    DIR *dir = opendir(path);
     if (!dir) {
-        LogParen(LOG_HERE, "Failed to open directory %s ", dir_path);  // the blank ends the message
+        LogParen(LOG_HERE, "Failed to open directory %s ", path);  // the blank ends the message
         return -1;
     }
     if (type & NUBOINDEX_MEDIA)
-        (void)IndexFileUpdate(dir_path, mode);
+        (void)IndexFileUpdate(path, mode);
 
+    size_t length = strlen(path);
     while (const dirent *entry = readdir(dir)) {
         if (IsSkippedName(entry->d_name))
             continue;
-        char child[4096];  // a cut path fails both tests below and is skipped
-        PathJoin(child, sizeof child, dir_path, entry->d_name);
-        if (IsDirExist(child))
-            (void)TreeUpdate(child, mode, type);  // a branch that fails does not stop its siblings
-        else if (IsFileExist(child, nullptr))
-            FileUpdate(child, mode, type);
+        PathAppend(path, sizeof path, entry->d_name);  // a cut path fails both tests below and is skipped
+        if (IsDirExist(path))
+            (void)TreeUpdate(path, mode, type);  // a branch that fails does not stop its siblings
+        else if (IsFileExist(path, nullptr))
+            FileUpdate(path, mode, type);
+        path[length] = '\0';
     }
     closedir(dir);
+    return 0;
+}
+
+static int PathUpdate(const char *path, int mode, int type)
+{
+    if (IsDirExist(path)) {
+        char buffer[4096];  // what exists has a path that fits
+        TextSet(buffer, path);
+        return TreeUpdate(buffer, mode, type);
+    }
+    if (IsFileExist(path, nullptr))
+        FileUpdate(path, mode, type);
     return 0;
 }
 
@@ -111,11 +127,7 @@ int IndexPathUpdate(const char *path, int mode, int type)
         return 0;
     case INDEX_MODE_ADD:
     case INDEX_MODE_REFRESH:
-        if (IsDirExist(path))
-            return TreeUpdate(path, mode, type);
-        if (IsFileExist(path, nullptr))
-            FileUpdate(path, mode, type);
-        return 0;
+        return PathUpdate(path, mode, type);
     case INDEX_MODE_REBUILD:
         return SharesRebuild(type);
     default:

@@ -26,3 +26,18 @@ TEST(Text, JoinIsCutAtTheBuffer)
         EXPECT_STREQ(out, c.joined) << c.size;
     }
 }
+
+TEST(Text, AppendedNameIsCutAtTheBuffer)
+{
+    static constexpr struct {
+        size_t size;
+        const char *path;
+    } cases[] = {
+        {64, "/a/bc"}, {6, "/a/bc"}, {5, "/a/b"}, {4, "/a/"}, {3, "/a"},
+    };
+    for (const auto &c : cases) {
+        char path[64] = "/a";
+        PathAppend(path, c.size, "bc");
+        EXPECT_STREQ(path, c.path) << c.size;
+    }
+}

@@ -2,6 +2,7 @@
 #include "index/index_path.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -144,6 +145,31 @@ TEST(IndexPath, PathsBeyondTheBufferAreSkipped)
             saved.push_back(call);
     EXPECT_EQ(saved, Lines{"MediaInfoDBSave 3 " + file});
     EXPECT_EQ(log_lines, Lines{});
+}
+
+// A path has room for two thousand levels. A thread's small stack shows with fewer what each of them takes.
+TEST(IndexPath, DeepTreeNeedsLittleStack)
+{
+    static std::string share;
+    share = Scratch("/volume1/music");
+    std::string dir = share;
+    for (int i = 0; i < 400; i++)
+        dir += "/d";
+    WriteFile(dir + "/a.m3u", "");
+
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 1 << 20);
+    pthread_t thread;
+    auto walk = [](void *) -> void * {
+        EXPECT_EQ(AddTree(share), 0);
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, walk, nullptr), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    EXPECT_EQ(platform.calls.size(), 402u);
+    EXPECT_EQ(platform.calls.back(), "MediaInfoDBSave 3 " + dir + "/a.m3u");
 }
 
 TEST(IndexPath, UnopenableFolderEndsItsBranchOnly)
