@@ -54,6 +54,15 @@ static double ExtendedToDouble(const uint8_t *bytes)
     return is_negative ? -value : value;
 }
 
+// Short chunks are read over: a seek is a call to the kernel each, and a file may hold nothing else.
+static bool AiffBytesSkip(FILE *stream, int64_t count)
+{
+    uint8_t skipped[4096];
+    if (count > static_cast<int64_t>(sizeof skipped))
+        return fseeko(stream, count, SEEK_CUR) == 0;
+    return AiffBytesRead(stream, skipped, static_cast<size_t>(count));
+}
+
 // Stands at the data of the first chunk `id` when it answers true.
 static bool AiffChunkFind(FILE *stream, const char *id, AiffChunk *chunk)
 {
@@ -66,7 +75,7 @@ static bool AiffChunkFind(FILE *stream, const char *id, AiffChunk *chunk)
         if (IsId(header, id))
             return true;
         int64_t padded = static_cast<int64_t>(chunk->length) + chunk->length % 2;
-        if (fseeko(stream, padded, SEEK_CUR) != 0)
+        if (!AiffBytesSkip(stream, padded))
             return false;
     }
     return false;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <math.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -104,6 +105,47 @@ TEST(Aiff, AChunkOfOddLengthIsSkippedWithItsPadByte)
     EXPECT_EQ(
         Added(Form("AIFF", Chunk("NAME", "odd") + Chunk("ANNO", "") + Common(1, 1, 8, RATE_44100))).channels,
         1u);
+}
+
+TEST(Aiff, ChunksOfAnyLengthAreSkipped)
+{
+    for (size_t length : {1, 4000, 4094, 4095, 4096, 4097, 4098, 8191, 100000})
+        EXPECT_EQ(Added(Form("AIFF", Chunk("NAME", string(length, 'n')) + Chunk("ANNO", string(length, 'a')) +
+                                         Common(3, 1, 8, RATE_44100)))
+                      .channels,
+                  3u)
+            << length;
+}
+
+// Seconds that this process has spent in the kernel.
+static double KernelSeconds()
+{
+    struct rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_stime.tv_sec) + static_cast<double>(usage.ru_stime.tv_usec) / 1e6;
+}
+
+TEST(Aiff, AFileOfShortChunksCostsNoSeekEach)
+{
+    static constexpr int CHUNKS = 1000000;
+    string path = Scratch("/volume1/music/a.aiff");
+    string chunks;
+    chunks.reserve(CHUNKS * 8);
+    for (int i = 0; i < CHUNKS; i++)
+        chunks.append("ANNO\0\0\0\0", 8);
+    WriteFile(path, Form("AIFF", chunks));
+    FILE *file = fopen(path.c_str(), "rb");
+    ASSERT_NE(file, nullptr);
+
+    double before = KernelSeconds();
+    for (int i = 0; i < CHUNKS; i++)
+        (void)fseeko(file, 0, SEEK_CUR);
+    double seeks = KernelSeconds() - before;
+    fclose(file);
+
+    before = KernelSeconds();
+    EXPECT_EQ(AiffOpen(path.c_str(), AIFF_READ), nullptr);
+    EXPECT_LT(KernelSeconds() - before, seeks / 2);
 }
 
 TEST(Aiff, OnlyTheFirstCommonChunkCounts)
