@@ -9,6 +9,7 @@
 
 #include "audio/mp4_builder.h"
 #include "audio/mp4_tags.h"
+#include "audio/owner_calls.h"
 #include "support/log_capture.h"
 #include "support/platform_fake.h"
 #include "support/scratch.h"
@@ -130,6 +131,29 @@ TEST(Mp4Cover, AVanishedMediaFileIsReported)
     MP4Close(file);
     EXPECT_EQ(log_lines,
               vector<string>{"mp4 (#) FAILED TO stat " + Song() + ", reason: No such file or directory"});
+}
+
+TEST(Mp4Cover, ACoverThatCannotBeOpenedToAllIsReported)
+{
+    MakeFolder(Scratch("/covers"));
+    owner_calls = {true, false};
+    EXPECT_EQ(Covers(WithCover(string(20, 'p'), 13)), 0u);
+    owner_calls = {};
+    EXPECT_EQ(log_lines,
+              vector<string>{"mp4 (#) FAILED TO chmod " + Cover() + ", reason: Operation not permitted"});
+}
+
+TEST(Mp4Cover, ACoverThatCannotBeGivenAwayIsReportedWithoutAPrefix)
+{
+    MakeFolder(Scratch("/covers"));
+    owner_calls = {false, true};
+    EXPECT_EQ(Covers(WithCover(string(20, 'p'), 13)), 0u);
+    owner_calls = {};
+    struct stat media;
+    ASSERT_EQ(stat(Song().c_str(), &media), 0);
+    EXPECT_EQ(log_lines,
+              vector<string>{"FAILED TO chown " + Cover() + " to uid=" + std::to_string(media.st_uid) +
+                             ", gid=" + std::to_string(media.st_gid) + ", reason: Operation not permitted"});
 }
 
 TEST(Mp4Cover, AMissingFolderIsReported)
