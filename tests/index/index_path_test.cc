@@ -188,6 +188,29 @@ TEST(IndexPath, UnopenableFolderEndsItsBranchOnly)
     EXPECT_EQ(platform.calls, Lines{});
 }
 
+TEST(IndexPath, UnopenableBranchDoesNotStopItsSiblings)
+{
+    std::string share = Scratch("/volume1/music");
+    WriteFile(share + "/a.m3u", "");
+    WriteFile(share + "/A/b.m3u", "");
+    WriteFile(share + "/A/B/c.m3u", "");
+    std::vector<int> taken;
+    for (int fd; (fd = dup(0)) >= 0;)
+        taken.push_back(fd);
+    for (int levels = 0; levels < 2; levels++) {  // room for the share and A, not for B
+        close(taken.back());
+        taken.pop_back();
+    }
+    int result = AddTree(share);
+    for (int fd : taken)
+        close(fd);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(log_lines, Lines{"index_path (#) Failed to open directory " + share + "/A/B "});
+    EXPECT_EQ(SortedCalls(),
+              (Lines{"MediaInfoDBDirSave " + share, "MediaInfoDBDirSave " + share + "/A",
+                     "MediaInfoDBSave 3 " + share + "/A/b.m3u", "MediaInfoDBSave 3 " + share + "/a.m3u"}));
+}
+
 TEST(IndexPath, NamesOfAnyBytesAreKeptAsTheyAre)
 {
     std::string file = Scratch("/volume1/music/\xff\xfe 'q\" \\ %s\n.m3u");
