@@ -36,6 +36,15 @@ static void QueueSignalHold(int how)
     (void)sigprocmask(how, &signals, nullptr);
 }
 
+// The umask is 0, but who can write this file chooses the process that the producers, often root, will signal.
+static FILE *PidFileCreate(void)
+{
+    mode_t mask = umask(022);
+    FILE *pid_file = fopen(DAEMON_PID_PATH, "we");
+    (void)umask(mask);
+    return pid_file;
+}
+
 int DaemonStart(void)
 {
     if (IsDaemonAlive(DAEMON_PID_PATH)) {
@@ -47,7 +56,7 @@ int DaemonStart(void)
         return -1;
     }
     QueueSignalHold(SIG_BLOCK);
-    FILE *pid_file = fopen(DAEMON_PID_PATH, "w");
+    FILE *pid_file = PidFileCreate();
     if (!pid_file) {
         LogCall(LOG_HERE, "Failed to create %s. (%s)", DAEMON_PID_PATH, strerror(errno));
         exit(0);  // a quiet exit

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <stdlib.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -55,6 +57,27 @@ TEST(Lifecycle, SecondInstanceSaysSoAndLeavesThePidFile)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Daemon alive. No need to start\n");
     EXPECT_EQ(result, -1);
     EXPECT_EQ(ReadFile(DAEMON_PID_PATH), std::to_string(getpid()));
+}
+
+TEST(Lifecycle, PidFileCanBeWrittenByTheDaemonAlone)
+{
+    mode_t mask = umask(0);
+    pid_t pid = fork();
+    if (pid == 0) {
+        (void)DaemonStart();
+        _exit(0);
+    }
+    umask(mask);
+    waitpid(pid, nullptr, 0);
+    std::string written;
+    for (int i = 0; i < 500 && written.empty(); i++) {
+        usleep(10000);
+        written = ReadFile(DAEMON_PID_PATH);
+    }
+    EXPECT_GT(atoi(written.c_str()), 1);
+    struct stat status;
+    ASSERT_EQ(stat(DAEMON_PID_PATH, &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0644u);
 }
 
 TEST(Lifecycle, SwitchesAreOnOnlyForYes)

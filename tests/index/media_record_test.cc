@@ -117,6 +117,20 @@ TEST(MediaRecord, LongestPathIsStoredWhole)
     EXPECT_EQ(record.path, path);
 }
 
+// No file system names such a file; another provider of the library may say that it exists.
+TEST(MediaRecord, LongerPathIsStoredCutTo4095)
+{
+    platform.results["IsFileExist"] = 1;
+    for (size_t length : {4096u, 5000u}) {
+        std::string path = "/" + std::string(length - 1, 'x');
+        MediaInfoRecord record = {};
+        EXPECT_EQ(MediaInfoCommonFill(path.c_str(), &record), 0);
+        EXPECT_EQ(record.path, path.substr(0, 4095));
+        EXPECT_EQ(record.title, path.substr(1, 254));
+        EXPECT_EQ(record.track, 0);  // the field behind the path
+    }
+}
+
 TEST(DirectoryInfo, SavesExistingFoldersOnly)
 {
     EXPECT_EQ(DirectoryInfoSave(nullptr), -1);

@@ -165,6 +165,8 @@ int NUBOLogSet1(int cls, int level, unsigned event, const char *t1, const char *
 
 int IsFileExist(const char *path, uint64_t *size)
 {
+    if (int scripted = Scripted("IsFileExist", 0))
+        return scripted;
     struct stat status;
     if (!path || stat(path, &status) != 0 || S_ISDIR(status.st_mode))
         return 0;
