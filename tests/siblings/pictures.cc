@@ -2,7 +2,7 @@
 
 #include <stdint.h>
 
-static std::string Little(uint32_t value, int bytes)
+static std::string Little(uint64_t value, int bytes)
 {
     std::string text;
     for (int i = 0; i < bytes; i++)

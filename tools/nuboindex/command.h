@@ -18,6 +18,9 @@ void RenameCommandDefine(CLI::App &app, CommandRun &chosen);
 void RebuildCommandDefine(CLI::App &app, CommandRun &chosen);
 void RefreshCommandDefine(CLI::App &app, CommandRun &chosen);
 void TruncateCommandDefine(CLI::App &app, CommandRun &chosen);
+void TitleCommandDefine(CLI::App &app, CommandRun &chosen);
+void DescribeCommandDefine(CLI::App &app, CommandRun &chosen);
+void PublishCommandDefine(CLI::App &app, CommandRun &chosen);
 void StatusCommandDefine(CLI::App &app, CommandRun &chosen);
 void ListCommandDefine(CLI::App &app, CommandRun &chosen);
 void ShowCommandDefine(CLI::App &app, CommandRun &chosen);
@@ -25,6 +28,9 @@ void FailuresCommandDefine(CLI::App &app, CommandRun &chosen);
 
 // One or more paths, to be read with results(), which leaves every byte as it is.
 CLI::Option *PathsDefine(CLI::App &command, const char *name, const char *help);
+
+// The value of an argument that is a text and no path, as the user wrote it.
+std::string TextArgument(const CLI::Option &option);
 
 // --json, for the sub-commands that print data.
 CLI::Option *JsonOptionDefine(CLI::App &command);

@@ -27,6 +27,9 @@ static void CommandsDefine(CLI::App &app, CommandRun &chosen)
     RebuildCommandDefine(app, chosen);
     RefreshCommandDefine(app, chosen);
     TruncateCommandDefine(app, chosen);
+    TitleCommandDefine(app, chosen);
+    DescribeCommandDefine(app, chosen);
+    PublishCommandDefine(app, chosen);
     StatusCommandDefine(app, chosen);
     ListCommandDefine(app, chosen);
     ShowCommandDefine(app, chosen);
@@ -51,6 +54,13 @@ static std::vector<std::string> ArgumentsFor(int argc, const char *const *argv)
     }
     std::reverse(arguments.begin(), arguments.end());
     return arguments;
+}
+
+std::string TextArgument(const CLI::Option &option)
+{
+    std::string text = option.results().front();
+    bool is_changed = text == "./++" || text.starts_with("./[") || text.starts_with("./-");
+    return is_changed ? text.substr(2) : text;
 }
 
 static int Parsed(CLI::App &app, int argc, const char *const *argv, const Output &output)

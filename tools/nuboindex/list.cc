@@ -1,4 +1,5 @@
 // nuboindex list: the rows of one kind.
+#include "albums.h"
 #include "command.h"
 #include "json_text.h"
 #include "media_fields.h"
@@ -96,6 +97,8 @@ static bool JsonPrint(const MediaKindName &kind, const Output &output)
 
 static int ListRun(const std::string &name, bool as_json, const Output &output)
 {
+    if (name == "albums")
+        return AlbumsPrint(as_json, output) ? TOOL_OK : Complain(output, PHOTO_DATABASE_UNREADABLE);
     for (const MediaKindName &kind : MEDIA_KINDS) {
         if (name != kind.name)
             continue;
@@ -107,11 +110,12 @@ static int ListRun(const std::string &name, bool as_json, const Output &output)
 
 void ListCommandDefine(CLI::App &app, CommandRun &chosen)
 {
-    CLI::App *command = app.add_subcommand("list", "Show all rows of a kind, ordered by path.");
+    CLI::App *command = app.add_subcommand("list", "Show all rows of a kind, ordered by path, or all albums.");
     command->footer("On a terminal a table that fits it; elsewhere whole lines, without headers, with a tab "
                     "between the columns.");
-    CLI::Option *kind = command->add_option("KIND")->description("music, video, photo, playlist or directory");
-    kind->required()->check(CLI::IsMember({"music", "video", "photo", "playlist", "directory"}));
+    CLI::Option *kind =
+        command->add_option("KIND")->description("music, video, photo, playlist, directory or albums");
+    kind->required()->check(CLI::IsMember({"music", "video", "photo", "playlist", "directory", "albums"}));
     CLI::Option *json = JsonOptionDefine(*command);
     command->callback([&chosen, kind, json] {
         chosen = [kind, as_json = json->count() > 0](const Output &output) {

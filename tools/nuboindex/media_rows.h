@@ -10,6 +10,9 @@
 static constexpr char MEDIA_DATABASE_UNREADABLE[] =
     "the media database cannot be read; the system log says why";
 
+static constexpr char PHOTO_DATABASE_UNREADABLE[] =
+    "the photo database cannot be read; the system log says why";
+
 struct MediaKindName {
     const char *name;
     int kind;

@@ -1,0 +1,14 @@
+// The albums of the photo database.
+#pragma once
+
+#include <string>
+
+#include "output.h"
+
+// Prints all albums with who may see them, ordered by name: a table, or an array of JSON objects. False: the database
+// cannot be read.
+bool AlbumsPrint(bool as_json, const Output &output);
+
+// Makes an album and its sub-albums public or private. The number of albums that this concerned, 0 when there is no
+// such album, -1 when the database fails.
+int AlbumPublicSet(const std::string &name, bool is_public);
