@@ -172,6 +172,25 @@ pid_t DaemonStart(const Texts &environment, const std::string &program)
     return pid;
 }
 
+static bool IsAsleep(pid_t pid)
+{
+    std::string stat = FileRead("/proc/" + std::to_string(pid) + "/stat");
+    size_t name_end = stat.rfind(") ");
+    return name_end != std::string::npos && stat[name_end + 2] == 'S';
+}
+
+// Start-up waits for the disk now and then, but never for so long.
+void DaemonSettle(pid_t pid)
+{
+    static constexpr double ASLEEP_SECONDS = 0.3;
+    double since = Clock();
+    EXPECT_TRUE(WaitFor(10, [&] {
+        if (!IsAsleep(pid))
+            since = Clock();
+        return Clock() - since > ASLEEP_SECONDS;
+    }));
+}
+
 int DaemonEnd(pid_t pid, int signal_number)
 {
     if (pid <= 0 || kill(pid, signal_number) != 0)

@@ -40,6 +40,9 @@ Finished ProgramRun(const Texts &command, const Texts &environment = {});
 pid_t DaemonLaunch(const Texts &environment = {}, const std::string &program = "nuboindexd");
 pid_t DaemonStart(const Texts &environment = {}, const std::string &program = "nuboindexd");
 
+// Waits until a daemon without pending work has come to its main loop and sleeps there.
+void DaemonSettle(pid_t pid);
+
 // The pid in the pid file; 0 without one.
 pid_t DaemonPid();
 

@@ -13,7 +13,7 @@ TEST(Debounce, BatchStartsTenSecondsAfterTheLastSignal)
     FileWrite("/volume1/video/b.srt", "");
     BecomeMediaServer();
     pid_t pid = DaemonStart();
-    usleep(500000);
+    DaemonSettle(pid);
     FileAppend(QUEUE, "a:/volume1/video/a.srt\n");
     EXPECT_EQ(kill(pid, SIGUSR1), 0);
     sleep(4);
@@ -36,6 +36,7 @@ TEST(Debounce, TenThousandSignalsForceABatch)
     FileWrite("/volume1/video/a.srt", "");
     BecomeMediaServer();
     pid_t pid = DaemonStart();
+    DaemonSettle(pid);
     FileAppend(QUEUE, "a:/volume1/video/a.srt\n");
     int sent = 0;
     for (double end = Clock() + 60; Exists(QUEUE) && Clock() < end; sent++) {
