@@ -21,7 +21,8 @@ static void ChildPrepare(const ChildLimits &limits)
 {
     (void)setpgid(0, 0);
     (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
-    (void)nice(NICENESS);
+    int ignored = nice(NICENESS);
+    (void)ignored;
     LimitSet(RLIMIT_CORE, 0);
     LimitSet(RLIMIT_FSIZE, limits.file_size);
 #ifndef __SANITIZE_ADDRESS__  // which maps terabytes for itself
