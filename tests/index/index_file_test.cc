@@ -2,6 +2,9 @@
 #include "index/index_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "index/handler_table.h"
 #include "index/index_modes.h"
@@ -157,4 +160,20 @@ TEST(IndexFile, StoredWithoutMetadataGoesToTheEventLogAndFails)
     EXPECT_EQ(log_lines.back(), "index_file:# Failed to parse media metadata of file [" + path + "].");
     EXPECT_EQ(platform.calls, (Lines{"MediaInfoValid " + path, "MediaInfoDBSave 0 " + path,
                                      "NUBOLogSet1 2 3 11B00510 " + path + " []"}));
+}
+
+// Whoever opened one would wait for a writer for ever; and where a pipe is opened, a device is too.
+TEST(IndexFile, PipesUnderTheNamesOfAllFormatsAreNotEvenOpened)
+{
+    MakeFolder(Scratch("/volume1/x"));
+    int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    for (const IndexHandler *row = IndexHandlerTable; row->ext; row++) {
+        std::string path = Scratch("/volume1/x/pipe.") + row->ext;
+        ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+        ASSERT_GE(inotify_add_watch(watch, path.c_str(), IN_OPEN), 0);
+        (void)IndexFileUpdate(path.c_str(), INDEX_MODE_ADD);
+        char events[4096];
+        EXPECT_EQ(read(watch, events, sizeof events), -1) << row->ext;
+    }
+    close(watch);
 }
