@@ -48,7 +48,9 @@ static int CommandLineRead(const char *command, char *line, int size)
 static int AacDecoderAsk(const char *escaped_path, MediaInfoRecord *record)
 {
     char command[COMMAND_SIZE];
-    snprintf(command, sizeof command, "%s -i %s 2> /dev/null", AAC_DECODER_PROGRAM, escaped_path);
+    int length = snprintf(command, sizeof command, "%s -i %s 2> /dev/null", AAC_DECODER_PROGRAM, escaped_path);
+    if (length >= COMMAND_SIZE)
+        return -1;  // cut, it would name another file, or send the decoder's errors to one
     char line[LINE_SIZE] = {};
     if (CommandLineRead(command, line, sizeof line) < 0)
         return -1;

@@ -2,6 +2,7 @@
 #include "audio/aac.h"
 
 #include <gtest/gtest.h>
+#include <string.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -196,9 +197,24 @@ TEST(Aac, AVeryLongPathIsStored)
     string folder = Scratch("/volume1");
     while (folder.size() < 3000)
         folder += "/" + string(200, '\'');
-    EXPECT_EQ(AddAt(folder + "/Song.aac"), 1);  // its escaped form is cut at the command's 4095 bytes
+    EXPECT_EQ(AddAt(folder + "/Song.aac"), 1);  // its escaped form does not fit a command
     EXPECT_EQ(platform.saved.size(), 1u);
     EXPECT_STREQ(platform.saved.at(0).title, "Song");
+}
+
+TEST(Aac, ACommandThatWasCutIsNotRun)
+{
+    DecoderInstall(DecoderPrints(GOOD_LINE));
+    size_t room = 4095 - strlen(AAC_DECODER_PROGRAM) - strlen(" -i ");  // two bytes for each of the path
+    string fits = MakeDeepFile(Scratch("/volume1"), (room - strlen(" 2> /dev/null")) / 2, ".aac");
+    EXPECT_EQ(AddAt(fits), 0);
+    EXPECT_EQ(ReadFile(Scratch("/arguments")), "<-i><" + fits + ">");
+
+    WriteFile(Scratch("/arguments"), "");
+    EXPECT_EQ(AddAt(MakeDeepFile(Scratch("/volume1"), (room - 1) / 2, ".aac")), 1);  // cut behind the path
+    EXPECT_EQ(ReadFile(Scratch("/arguments")), "");
+    EXPECT_EQ(platform.saved.size(), 2u);
+    EXPECT_EQ(log_lines, vector<string>{});
 }
 
 TEST(Aac, AFailedSaveKeepsTheOutcomeOfTheParse)
