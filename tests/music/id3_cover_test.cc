@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "music/owner_calls.h"
+#include "music/system_calls.h"
 #include "music/tag_bytes.h"
 #include "support/log_capture.h"
 #include "support/platform_fake.h"
@@ -33,7 +33,7 @@ class Id3Cover : public testing::Test
     {
         WriteFile(MediaPath(), "x");
         MakeFolder(Scratch("/covers"));
-        owner_calls = {};
+        system_calls = {};
     }
 };
 
@@ -80,7 +80,7 @@ TEST_F(Id3Cover, IsWrittenWithModeAndOwner)
     EXPECT_EQ(cover.st_mode & 07777, 0777u);
     EXPECT_EQ(cover.st_uid, media.st_uid);
     EXPECT_EQ(cover.st_gid, media.st_gid);
-    EXPECT_EQ(owner_calls.last_uid, static_cast<int>(media.st_uid));
+    EXPECT_EQ(system_calls.last_uid, static_cast<int>(media.st_uid));
     EXPECT_EQ(platform.calls, std::vector<std::string>{"GetCoverPath 3 1 1"});
     EXPECT_TRUE(log_lines.empty());
 }
@@ -242,7 +242,7 @@ TEST_F(Id3Cover, AMediaFileThatVanished)
 
 TEST_F(Id3Cover, AFailedChmodRemovesTheCover)
 {
-    owner_calls.chmod_fails = true;
+    system_calls.chmod_fails = true;
     EXPECT_EQ(Save(Apic("image/png", 3, PICTURE)), 0);
     EXPECT_FALSE(IsThere(CoverPath()));
     EXPECT_EQ(log_lines, std::vector<std::string>{"id3_cover (#) FAILED TO chmod " + CoverPath() +
@@ -251,12 +251,12 @@ TEST_F(Id3Cover, AFailedChmodRemovesTheCover)
 
 TEST_F(Id3Cover, AFailedChownRemovesTheCoverAndLogsWithoutAPrefix)
 {
-    owner_calls.chown_fails = true;
+    system_calls.chown_fails = true;
     EXPECT_EQ(Save(Apic("image/png", 3, PICTURE)), 0);
     EXPECT_FALSE(IsThere(CoverPath()));
     EXPECT_EQ(log_lines, std::vector<std::string>{"FAILED TO chown " + CoverPath() +
-                                                  " to uid=" + std::to_string(owner_calls.last_uid) +
-                                                  ", gid=" + std::to_string(owner_calls.last_gid) +
+                                                  " to uid=" + std::to_string(system_calls.last_uid) +
+                                                  ", gid=" + std::to_string(system_calls.last_gid) +
                                                   ", reason: Operation not permitted"});
 }
 

@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "music/metaid3.h"
+#include "music/system_calls.h"
 #include "music/tag_bytes.h"
 #include "support/log_capture.h"
 #include "support/platform_fake.h"
@@ -232,16 +233,30 @@ TEST(Mp3MetaParse, BadParametersAndFilesThatCannotBeOpened)
                                                    "metaid3 (#) Unable to open " + path + " "}));
 }
 
-TEST(Mp3MetaParse, AStreamThatCannotSeek)
+TEST(Mp3MetaParse, APipeIsNotWaitedFor)
 {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    std::string path = "/dev/fd/" + std::to_string(ends[0]);
+    std::string path = Scratch("/volume1/music/pipe.mp3");
+    MakeFolder(Scratch("/volume1/music"));
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     MediaInfoRecord record = {};
     EXPECT_EQ(Mp3MetaParse(path.c_str(), &record), -1);
-    EXPECT_EQ(log_lines, std::vector<std::string>{"metaid3 (#) Unable to seek to end " + path + " "});
-    close(ends[0]);
-    close(ends[1]);
+    EXPECT_EQ(log_lines, std::vector<std::string>{"metaid3 (#) Unable to open " + path + " "});
+}
+
+TEST(Mp3MetaParse, AFileWhoseSizeCannotBeFound)
+{
+    MediaInfoRecord record = {};
+    std::string path = Put("/volume1/music/a.mp3", Frames(3));
+    system_calls.seek_fails = true;
+    EXPECT_EQ(Mp3MetaParse(path.c_str(), &record), -1);
+    system_calls = {};
+    system_calls.tell_fails = true;
+    EXPECT_EQ(Mp3MetaParse(path.c_str(), &record), -1);
+    system_calls = {};
+    EXPECT_EQ(Mp3MetaParse(path.c_str(), &record), 0);
+    EXPECT_EQ(log_lines,
+              (std::vector<std::string>{"metaid3 (#) Unable to seek to end " + path + " ",
+                                        "metaid3 (#) Seeking to end of input file " + path + " failed."}));
 }
 
 TEST(Mp3MetaParse, WithoutACoverFolderNothingIsCleaned)
