@@ -20,6 +20,12 @@ elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     target_compile_options(nubo_flags INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
 
+# Clang only: everything is built so that libFuzzer sees which paths an input takes.
+option(NUBO_FUZZ "Build the fuzz targets with libFuzzer" OFF)
+if(NUBO_FUZZ)
+    target_compile_options(nubo_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
