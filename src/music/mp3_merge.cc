@@ -42,7 +42,7 @@ static void Id3v2TextMerge(char (&field)[FIELD_SIZE], uint32_t *encoding, const 
     if (utf16)
         Id3Utf16Copy(text, field, sizeof field);
     else
-        TextSet(field, text);
+        snprintf(field, sizeof field, "%s", text);
     *encoding = utf16;
 }
 

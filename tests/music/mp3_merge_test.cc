@@ -160,7 +160,7 @@ TEST(Mp3Merge, AMarkedFieldOfSingleBytesComesOutEmpty)
 TEST(Mp3Merge, LongTextsAreCut)
 {
     auto merge = NewMerge();
-    TextSet(merge->id3v2.title, std::string(1000, 'a').c_str());
+    Put(merge->id3v2.title, std::string(1000, 'a'));
     std::string utf16 = Bytes("\xFE\xFF");
     for (int i = 0; i < 500; i++)
         utf16 += "ab";
@@ -175,7 +175,7 @@ TEST(Mp3Merge, AFullGenreThatIsTakenForUtf16EndsInItsOwnField)
 {
     auto merge = NewMerge();
     std::string genre = "\xFF\xFE" + std::string(125, 'g');
-    TextSet(merge->id3v2.genre, genre.c_str());
+    Put(merge->id3v2.genre, genre);
     TextSet(merge->id3v2.track, "9999999");
     merge->id3v2.genre_utf16 = 1;
     EXPECT_STREQ(Merged(merge).genre, genre.c_str());
