@@ -17,6 +17,7 @@ struct ZeroRuns {
 static void ZeroRunsRead(MpegStreamReader *reader, ZeroRuns *runs)
 {
     int64_t end = Mp3SkipZeros(&reader->file, RUNS_SIZE, reader->file.size + 1);
+    (void)Mp3ReadByte(&reader->file, 0);  // the block comes whole; backwards it would come once for each byte
     for (int offset = RUNS_SIZE - 1; offset >= 0; offset--) {
         if (Mp3ReadByte(&reader->file, offset) != 0)
             end = offset;
@@ -61,15 +62,17 @@ static void FrameScan(MpegStreamReader *reader, int64_t pos, MpegAudioInfo *info
     ZeroRuns runs;
     ZeroRunsRead(reader, &runs);
     int64_t size = reader->file.size;
-    Mp3FileReader ahead =
-        {};  // looks a fixed way ahead of the scan; in one cache they would displace each other
+    // Looks a fixed way ahead of the scan, behind far padding; in one cache the two would displace each other.
+    Mp3FileReader ahead = {};
     ahead.stream = reader->file.stream;
     ahead.size = size;
     for (; pos < size - FRAME_TAIL; pos++) {
         if (MpegHeaderFind(&reader->file, &pos, info) == 0)
             continue;
         int64_t padding = PaddingCount(&runs, size, pos, info);
-        if (MpegHeaderCheck(&ahead, info->frame_offset + info->frame_length + padding) != -1)
+        int64_t next = info->frame_offset + info->frame_length + padding;
+        Mp3FileReader *there = padding < RUNS_SIZE ? &reader->file : &ahead;
+        if (next < size && MpegHeaderCheck(there, next) != -1)
             return;
     }
 }

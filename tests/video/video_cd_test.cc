@@ -5,6 +5,8 @@
 #include <string.h>
 #include <sys/stat.h>
 
+#include <fstream>
+
 #include "support/log_capture.h"
 #include "support/platform_fake.h"
 #include "support/record_text.h"
@@ -322,6 +324,32 @@ TEST(MpegSound, SearchAnswersAsThePlainOne)
         }
         EXPECT_EQ(memcmp(&found[0], &found[1], sizeof found[0]), 0) << round;
     }
+}
+
+// What was read from files so far, by this process; -1 where that is not told.
+static long BytesRead()
+{
+    std::ifstream io("/proc/self/io");
+    std::string name;
+    long bytes = -1;
+    return io >> name >> bytes ? bytes : -1;
+}
+
+TEST(MpegSound, PaddingNearAndFarInTurnsCostsNoReadEach)
+{
+    if (BytesRead() < 0)
+        GTEST_SKIP() << "no /proc/self/io";
+    std::string content = "x" + SequenceHeader() + PICTURE_GROUP + StartCode(0xC0) + std::string(80, '\x11');
+    content.resize(500);          // the padding of frames of 417 bytes ends here,
+    content.resize(501, '\x11');  // that of frames of 1440 bytes
+    content.resize(60000);        // far behind
+    content += Bytes({0xFF, 0xF9, 0x90, 0});
+    for (int i = 0; i < 3000; i++)
+        content += Bytes({0xFF, 0xFB, 0x90, 0, 0xFF, 0xFB, 0xE8, 0});
+    content.resize(200000);
+    long before = BytesRead();
+    EXPECT_EQ(Parse(content, 0).bitrate, 320000u);
+    EXPECT_LT(BytesRead() - before, 4 * 200000);
 }
 
 TEST(VideoCd, FileOfAnEncoderInItsWrapper)
