@@ -230,3 +230,22 @@ TEST_F(PhotoCommands, AlbumsAreListedWithWhoMaySeeThem)
         "users":[1024,1026],"cover":"/var/services/photo/Family/c.jpg"})"));
     EXPECT_EQ(albums[1]["public"], true);
 }
+
+TEST_F(PhotoCommands, ShowTellsWhatTheGalleryShows)
+{
+    MediaInfoRecord media = {};
+    snprintf(media.path, sizeof media.path, "%s", photo.c_str());
+    ASSERT_EQ(MediaInfoDBSave(MEDIA_KIND_PHOTO, &media), 0);
+    EXPECT_EQ(RunTool({"show", photo}).out.find("gallery"), std::string::npos);
+    PhotoInfoRecord record = {};
+    snprintf(record.path, sizeof record.path, "%s", photo.c_str());
+    snprintf(record.title, sizeof record.title, "Summer\n");
+    snprintf(record.description, sizeof record.description, "At the lake");
+    ASSERT_EQ(PhotoInfoDBSave(&record, 1), 0);
+    std::string text = RunTool({"show", photo}).out;
+    EXPECT_NE(text.find("gallery_title      Summer\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("gallery_text       At the lake\n"), std::string::npos) << text;
+    json object = json::parse(RunTool({"show", "--json", photo}).out);
+    EXPECT_EQ(object["gallery_title"], "Summer");
+    EXPECT_EQ(object["gallery_text"], "At the lake");
+}

@@ -8,6 +8,7 @@
 #include "media_fields.h"
 #include "media_rows.h"
 #include "platform/media_index.h"
+#include "platform/photo_db.h"
 #include "printable.h"
 
 namespace fs = std::filesystem;
@@ -37,6 +38,32 @@ static void LinePrint(const Output &output, std::string_view label, const std::s
     output.out << "  " << label << std::string(LABEL_WIDTH - label.size(), ' ') << PrintableText(text) << '\n';
 }
 
+// What the photo gallery shows: the texts that users gave, in a database of its own.
+struct GalleryTexts {
+    std::string title;
+    std::string description;
+};
+
+// A text keeps the line feed of the description file that it came in.
+static std::string WithoutLineFeed(std::string text)
+{
+    if (text.ends_with('\n'))
+        text.pop_back();
+    return text;
+}
+
+static GalleryTexts GalleryTextsOf(const std::string &kind, const std::string &path)
+{
+    static constexpr int TABLE_PHOTO = 0;
+    GalleryTexts texts;
+    if (kind == "photo")
+        (void)RowsVisit(PhotoInfoDBOpen(TABLE_PHOTO, "*", PathCondition(path).c_str(), 0, nullptr, 0, 0),
+                        [&texts](const MediaRow &row) {
+                            texts = {WithoutLineFeed(row("title")), WithoutLineFeed(row("description"))};
+                        });
+    return texts;
+}
+
 static void TextPrint(const char *kind, const MediaRow &row, const Output &output)
 {
     output.out << PrintableText(row("path")) << '\n';
@@ -47,6 +74,11 @@ static void TextPrint(const char *kind, const MediaRow &row, const Output &outpu
         if (!text.empty())
             LinePrint(output, field.column, text);
     }
+    GalleryTexts gallery = GalleryTextsOf(kind, row("path"));
+    if (!gallery.title.empty())
+        LinePrint(output, "gallery_title", gallery.title);
+    if (!gallery.description.empty())
+        LinePrint(output, "gallery_text", gallery.description);
     Covers covers = CoversOf(row);
     if (!covers.folder.empty())
         LinePrint(output, "cover_folder", covers.folder);
@@ -57,6 +89,11 @@ static void TextPrint(const char *kind, const MediaRow &row, const Output &outpu
 static void JsonPrint(const char *kind, const MediaRow &row, const Output &output)
 {
     Json object = RowJson(kind, row);
+    GalleryTexts gallery = GalleryTextsOf(kind, row("path"));
+    if (!gallery.title.empty())
+        JsonTextSet(object, "gallery_title", gallery.title);
+    if (!gallery.description.empty())
+        JsonTextSet(object, "gallery_text", gallery.description);
     Covers covers = CoversOf(row);
     if (!covers.folder.empty()) {
         JsonTextSet(object, "cover_folder", covers.folder);
