@@ -63,15 +63,14 @@ static TextState TextStateOf(const char *text, size_t size)
     bool clean = true;
     bool beyond_ascii = false;
     size_t pos = 0;
-    while (pos < size && text[pos]) {
-        char32_t c = static_cast<unsigned char>(text[pos]);
-        size_t length = 1;
-        if (c >= 0x80) {
-            length = Utf8Read(text + pos, size - pos, &c);
-            if (length == 0)
-                break;
-            beyond_ascii = true;
-        }
+    for (;;) {
+        while (pos < size && text[pos] >= ' ' && text[pos] <= '~')
+            pos++;
+        char32_t c = 0;
+        size_t length = pos < size && text[pos] ? Utf8Read(text + pos, size - pos, &c) : 0;
+        if (length == 0)
+            break;
+        beyond_ascii = beyond_ascii || length > 1;
         clean = clean && !IsUnwanted(c);
         pos += length;
     }
