@@ -17,6 +17,13 @@ FILE *FuzzFile(std::string_view content)
     return file;
 }
 
+const char *FuzzPath(std::string_view content)
+{
+    static char path[64];
+    snprintf(path, sizeof path, "/proc/self/fd/%d", fileno(FuzzFile(content)));
+    return path;
+}
+
 void FuzzLimitFileSize(unsigned long bytes)
 {
     signal(SIGXFSZ, SIG_IGN);

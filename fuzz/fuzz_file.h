@@ -8,6 +8,9 @@
 // A file in memory that holds `content` until the next call; never closed.
 FILE *FuzzFile(std::string_view content);
 
+// A path that leads to the same file.
+const char *FuzzPath(std::string_view content);
+
 // Files that the run writes (covers) end at this size.
 void FuzzLimitFileSize(unsigned long bytes);
 
