@@ -105,6 +105,18 @@ static std::string Cut(std::string text)
     return text.substr(0, sizeof PhotoInfoRecord::name - 1);
 }
 
+// The folder at its new place may have been read before its rename was told: the row that comes knows more, such as
+// the photo's title, and takes the place of the one that is there.
+static int PlaceClear(NuboDbConnection *connection, const std::string &old_path, const std::string &new_path)
+{
+    static constexpr char SQL[] =
+        "delete from photo where path = $1 and path <> $2 and exists (select 1 from photo where path = $3)";
+    return DbRun(connection, SQL,
+                 {DbText(new_path.c_str()), DbText(old_path.c_str()), DbText(old_path.c_str())}) < 0
+               ? -1
+               : 0;
+}
+
 // What a path says about a photo goes with it. A title that is the old name without its extension is the one that
 // nobody gave.
 static int PathMove(NuboDbConnection *connection, const std::string &old_path, const std::string &new_path)
@@ -134,7 +146,7 @@ static int PathsMove(NuboDbConnection *connection, const PhotoPathList *list, co
             syslog(LOG_ERR, "photodb: too long a path after a rename to %s", new_prefix);
             return -1;
         }
-        if (PathMove(connection, list->path, new_path) < 0)
+        if (PlaceClear(connection, list->path, new_path) < 0 || PathMove(connection, list->path, new_path) < 0)
             return -1;
     }
     return 0;

@@ -1,4 +1,4 @@
-// The media database through SQLite.
+// The databases through SQLite.
 #include "system/rows.h"
 
 #include <gtest/gtest.h>
@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 static constexpr char DATABASE[] = "/var/lib/nubo/media.db";
+static constexpr char PHOTO_DATABASE[] = "/var/lib/nubo/photo.db";
 
 static std::string ColumnText(sqlite3_stmt *statement, int column)
 {
@@ -14,13 +15,13 @@ static std::string ColumnText(sqlite3_stmt *statement, int column)
     return bytes ? std::string(static_cast<const char *>(bytes), static_cast<size_t>(size)) : std::string();
 }
 
-static std::vector<Row> Query(const std::string &sql, const std::string &parameter)
+static std::vector<Row> Query(const char *file, const std::string &sql, const std::string &parameter)
 {
     std::vector<Row> rows;
-    if (access(DATABASE, F_OK) != 0)
+    if (access(file, F_OK) != 0)
         return rows;
     sqlite3 *database = nullptr;
-    EXPECT_EQ(sqlite3_open_v2(DATABASE, &database, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+    EXPECT_EQ(sqlite3_open_v2(file, &database, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
     sqlite3_busy_timeout(database, 10000);
     sqlite3_stmt *statement = nullptr;
     EXPECT_EQ(sqlite3_prepare_v2(database, sql.c_str(), -1, &statement, nullptr), SQLITE_OK)
@@ -40,12 +41,17 @@ static std::vector<Row> Query(const std::string &sql, const std::string &paramet
 
 std::vector<Row> Rows(const std::string &table)
 {
-    return Query("select * from " + table + " order by cast(path as blob)", "");
+    return Query(DATABASE, "select * from " + table + " order by cast(path as blob)", "");
+}
+
+std::vector<Row> PhotoRows(const std::string &table, const std::string &column)
+{
+    return Query(PHOTO_DATABASE, "select * from " + table + " order by cast(" + column + " as blob)", "");
 }
 
 Row RowOf(const std::string &table, const std::string &path)
 {
-    std::vector<Row> rows = Query("select * from " + table + " where path = ?1", path);
+    std::vector<Row> rows = Query(DATABASE, "select * from " + table + " where path = ?1", path);
     EXPECT_LE(rows.size(), 1u);
     return rows.empty() ? Row() : rows[0];
 }

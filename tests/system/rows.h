@@ -10,6 +10,9 @@ using Row = std::map<std::string, std::string>;  // column name to text
 // All rows of a table of the media database, in the order of their paths' bytes.
 std::vector<Row> Rows(const std::string &table);
 
+// All rows of a table of the photo database, in the order of `column`'s bytes.
+std::vector<Row> PhotoRows(const std::string &table, const std::string &column);
+
 // One file's row; empty when it has none.
 Row RowOf(const std::string &table, const std::string &path);
 

@@ -117,6 +117,23 @@ TEST_F(AlbumTables, RenameCountsItsRows)
     EXPECT_EQ(PhotoDBExec(""), -1);
 }
 
+TEST_F(AlbumTables, RenameTakesThePlaceOfAnAlbumThatWasMadeAtTheNewPlace)
+{
+    ASSERT_EQ(AlbumInsert(1, "A", "false", "false"), 1);
+    ASSERT_EQ(AlbumInsert(2, "B", "true", "false"), 1);
+    for (const char *id : {"1", "2"})
+        ASSERT_EQ(
+            PhotoDBExec((std::string("Insert into photo_access_right Values (1024, ") + id + ", '')").c_str()),
+            1);
+    EXPECT_EQ(PhotoDBExec("Update photo_share set sharename = 'B', is_subdir = 'f' where sharename = 'A'"), 1);
+    EXPECT_EQ(Albums(), Texts{"B"});
+    EXPECT_EQ(Column(SHARE, "public"), Texts{"f"});
+    EXPECT_EQ(Column(RIGHT, "shareid"), Texts{"1"});
+    EXPECT_EQ(PhotoDBExec("Update photo_share set sharename = 'B' where sharename = 'B'"), 1);
+    EXPECT_EQ(AlbumInsert(3, "B", "true", "false"), -1);  // an album that is added never replaces one
+    EXPECT_EQ(Albums(), Texts{"B"});
+}
+
 TEST_F(AlbumTables, CoverFollowsItsAlbum)
 {
     ASSERT_EQ(AlbumInsert(1, "it's", "true", "false"), 1);

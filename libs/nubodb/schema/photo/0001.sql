@@ -52,6 +52,13 @@ begin
         where shareid = new.shareid;
 end;
 
+-- The folder at its new place may have been taken for a new album before its rename was told. The album that comes
+-- keeps its id, its cover and its rights, and takes the place of that one.
+create trigger photo_share_renamed before update of sharename on photo_share when new.sharename <> old.sharename
+begin
+    delete from photo_share where sharename = new.sharename;
+end;
+
 -- Ids are given again, and whoever was let into an album must not be let into the next one with its number.
 create trigger photo_share_deleted after delete on photo_share
 begin
