@@ -149,9 +149,14 @@ pid_t DaemonLaunch(const Texts &environment, const std::string &program)
     Finished front = ProgramRun({Built("bin/" + program)}, environment);
     EXPECT_EQ(front.status, 0);
     EXPECT_EQ(front.output, "");
-    bool written = WaitFor(10, [&] { return DaemonPid() > 0 && FileRead(PID_FILE) != before; });
+    // Read once at a time: a file that a killed daemon left is emptied before it is written.
+    std::string now;
+    bool written = WaitFor(10, [&] {
+        now = FileRead(PID_FILE);
+        return atoi(now.c_str()) > 0 && now != before;
+    });
     EXPECT_TRUE(written) << "no pid file";
-    return written ? DaemonPid() : -1;
+    return written ? atoi(now.c_str()) : -1;
 }
 
 // The handlers come after the pid file; the one for SIGTERM is the last.
