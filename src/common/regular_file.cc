@@ -38,3 +38,15 @@ FILE *RegularFileOpen(const char *path)
     }
     return file;
 }
+
+int64_t RegularFileSize(LogSite at, FILE *file, const char *path)
+{
+    if (fseeko(file, 0, SEEK_END) < 0) {
+        LogParen(at, "Unable to seek to end %s ", path);  // the blank ends the message
+        return -1;
+    }
+    int64_t size = ftello(file);
+    if (size < 0)
+        LogParen(at, "Seeking to end of input file %s failed.", path);
+    return size;
+}

@@ -23,19 +23,6 @@ static void OldCoverForget(const char *path)
         (void)CleanOldCover(folder);
 }
 
-// The file's size; -1 is logged.
-static int64_t StreamSize(FILE *stream, const char *path)
-{
-    if (fseeko(stream, 0, SEEK_END) < 0) {
-        LogParen(LOG_HERE, "Unable to seek to end %s ", path);
-        return -1;
-    }
-    int64_t size = ftello(stream);
-    if (size < 0)
-        LogParen(LOG_HERE, "Seeking to end of input file %s failed.", path);
-    return size;
-}
-
 // The size of the tag at the start of the file, 0 without one. Versions 0 and 1 are skipped unread.
 static int64_t Id3v2Take(Mp3FileReader *reader, Id3v2Tag *tag, const char *path)
 {
@@ -52,7 +39,7 @@ static int Mp3StreamParse(FILE *stream, const char *path, MediaInfoRecord *recor
 {
     Mp3FileReader reader = {};
     reader.stream = stream;
-    reader.size = StreamSize(stream, path);
+    reader.size = RegularFileSize(LOG_HERE, stream, path);
     if (reader.size < 0)
         return -1;
 

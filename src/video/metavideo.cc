@@ -11,19 +11,6 @@
 
 static constexpr char LOG_MODULE[] = "metavideo";
 
-// The file's size; -1 is logged.
-static int64_t StreamSize(FILE *stream, const char *path)
-{
-    if (fseeko(stream, 0, SEEK_END) < 0) {
-        LogParen(LOG_HERE, "Unable to seek to end %s ", path);
-        return -1;
-    }
-    int64_t size = ftello(stream);
-    if (size < 0)
-        LogParen(LOG_HERE, "Seeking to end of input file %s failed.", path);
-    return size;
-}
-
 static int ProgramStreamRead(MpegStreamReader *reader, MpegVideoInfo *video, MpegAudioInfo *audio)
 {
     int64_t header = MpegFindStartCode(reader, 0, MPEG_SEQUENCE_HEADER);
@@ -55,7 +42,7 @@ static int VideoStreamParse(FILE *stream, const char *path, MediaInfoRecord *rec
     MpegStreamReader reader = {};
     reader.file.stream = stream;
     reader.kind = MPEG_STREAM_1;
-    reader.file.size = StreamSize(stream, path);
+    reader.file.size = RegularFileSize(LOG_HERE, stream, path);
     if (reader.file.size < 0)
         return -1;
 
