@@ -6,7 +6,7 @@
 #include <algorithm>
 
 #include "fuzz_file.h"
-#include "mediaindex/utf8.h"
+#include "nlib/utf8.h"
 #include "platform/media_index.h"
 
 static constexpr size_t TEXT_SIZE = sizeof(MediaInfoRecord::title);

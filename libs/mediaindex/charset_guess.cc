@@ -10,7 +10,7 @@
 
 #include "mediaindex/charset_decode.h"
 #include "mediaindex/common_characters.h"
-#include "mediaindex/utf8.h"
+#include "nlib/utf8.h"
 
 struct Charset {
     const char *name;

@@ -106,6 +106,12 @@ static void CoversRemove(NuboDbResult *paths)
         (void)CoversForget(NUBODBFetchField(paths, row, "path"));
 }
 
+// The name of a change, for when the database is not there to take it.
+static std::string FileChange(const char *path)
+{
+    return std::string("f") + path;
+}
+
 // Is the path one that can stand in a row? Logs if not.
 static bool IsStorable(const char *path)
 {
@@ -129,6 +135,7 @@ int MediaInfoDBSave(int kind, const MediaInfoRecord *record)
 
     std::vector<DbValue> values = MediaRowValues(clean);
     int64_t changed = DbRun(DbOpen(DB_MEDIA), StatementsOf(table).save.c_str(), values.data(), values.size());
+    (void)DbChanged(DB_MEDIA, FileChange(clean.path), changed);
     DirtySet(table, changed);
     return changed < 0 ? -1 : 0;
 }
@@ -138,7 +145,8 @@ int MediaInfoDBDirSave(const char *dir)
     if (!IsStorable(dir))
         return -1;
     static constexpr char SQL[] = "insert into directory (path) values ($1) on conflict (path) do nothing";
-    return DbRun(DbOpen(DB_MEDIA), SQL, {DbText(dir)}) < 0 ? -1 : 0;
+    int64_t changed = DbRun(DbOpen(DB_MEDIA), SQL, {DbText(dir)});
+    return DbChanged(DB_MEDIA, FileChange(dir), changed) < 0 ? -1 : 0;
 }
 
 // Removes the rows that `subtree` holds, or all when it is null, with their covers. Rows removed, or -1.
@@ -193,13 +201,14 @@ int MediaInfoDBDelete(int kind, const char *path)
         return -1;
     if (kind == MEDIA_KIND_SUBTREE) {
         DbSubtree subtree = DbSubtreeOf(path);
-        return TablesRemove(MEDIA_TABLES, MEDIA_TABLE_COUNT, &subtree);
+        int result = TablesRemove(MEDIA_TABLES, MEDIA_TABLE_COUNT, &subtree);
+        return static_cast<int>(DbChanged(DB_MEDIA, "s" + subtree.folder, result));
     }
     const MediaTable *table = MediaTableOfKind(kind);
     if (!table)
         return -1;
     int64_t changed = DbRun(DbOpen(DB_MEDIA), StatementsOf(table).remove.c_str(), {DbText(path)});
-    if (changed < 0)
+    if (DbChanged(DB_MEDIA, FileChange(path), changed) < 0)
         return -1;
     DirtySet(table, changed);
     if (table->has_covers)
@@ -210,7 +219,11 @@ int MediaInfoDBDelete(int kind, const char *path)
 int NUBOTruncateTable(const char *name)
 {
     const MediaTable *table = MediaTableNamed(name);
-    return table ? TablesRemove(table, 1, nullptr) : -1;
+    if (!table)
+        return -1;
+    std::string rebuild =
+        table->kind == MEDIA_KIND_MUSIC || table->kind == MEDIA_KIND_VIDEO ? table->name : "all";
+    return static_cast<int>(DbChanged(DB_MEDIA, "R:" + rebuild, TablesRemove(table, 1, nullptr)));
 }
 
 NuboDbHandle *MediaInfoDBOpen(int kind, const char *columns, const char *condition, int, const char *order, int,
@@ -232,14 +245,14 @@ int NUBOIndexPhotoUpdateVideoStatus(const char *path)
     static constexpr char SQL[] = "update video set seen = '1' where path = $1 and seen <> '1'";
     if (!path || !*path)
         return -1;
-    return DbRun(DbOpen(DB_MEDIA), SQL, {DbText(path)}) < 0 ? -1 : 0;
+    return DbChanged(DB_MEDIA, FileChange(path), DbRun(DbOpen(DB_MEDIA), SQL, {DbText(path)})) < 0 ? -1 : 0;
 }
 
-// Cleared at the start of a batch: a database file that was replaced meanwhile is opened anew.
+// Cleared at the start of a batch.
 void NUBOIndexMusicTableDirtySet(int dirty)
 {
     if (!dirty)
-        DbRefresh();
+        DbBatchBegin();
     music_dirty = dirty != 0;
 }
 
@@ -251,12 +264,12 @@ void NUBOIndexVideoTableDirtySet(int dirty)
 // Asked at the end of a batch, before anybody is told of it: the batch goes to stable storage here.
 int BlNUBOIndexIsMusicTableDirty(void)
 {
-    (void)DbSync();
+    (void)DbBatchEnd();
     return music_dirty;
 }
 
 int BlNUBOIndexIsVideoTableDirty(void)
 {
-    (void)DbSync();
+    (void)DbBatchEnd();
     return video_dirty;
 }

@@ -9,8 +9,8 @@
 
 #include "mediaindex/charset_guess.h"
 #include "mediaindex/exported.h"
-#include "mediaindex/utf8.h"
 #include "nlib/config.h"
+#include "nlib/utf8.h"
 
 struct TextField {
     size_t offset;

@@ -1,6 +1,7 @@
 // The settings of the open libraries. The file is read once, at the first question.
 #include "nlib/config.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -22,9 +23,13 @@ struct Setting {
 static Setting settings[] = {
     {"state_dir", "/var/lib/nubo", true, {}},
     {"database", "sqlite", false, {}},
+    {"database_wait", "60", false, {}},
+    {"box", "nubo", false, {}},
     {"text_fallback_charset", "windows-1252", false, {}},
 };
 static bool settings_loaded = false;
+static std::string settings_file;
+static std::string settings_error;
 
 static Setting *SettingFind(const char *key)
 {
@@ -73,17 +78,46 @@ void PlatformSettingsLoad(const char *path)
         path = secure_getenv("NUBO_PLATFORM_CONF");
     if (!path)
         path = PLATFORM_CONF;
+    settings_file = path;
+    settings_error.clear();
     FILE *file = fopen(path, "re");
-    if (!file)
-        return;
-    SettingsRead(file, path);
-    fclose(file);
+    if (file) {
+        SettingsRead(file, path);
+        fclose(file);
+    } else if (errno != ENOENT && errno != ENOTDIR) {
+        settings_error = settings_file + ": " + strerror(errno);
+        syslog(LOG_ERR, "%s", settings_error.c_str());
+    }
+}
+
+static void SettingsNeed()
+{
+    if (!settings_loaded)
+        PlatformSettingsLoad(nullptr);
+}
+
+const char *PlatformSettingsFile(void)
+{
+    SettingsNeed();
+    return settings_file.c_str();
+}
+
+const char *PlatformSettingsError(void)
+{
+    SettingsNeed();
+    return settings_error.empty() ? nullptr : settings_error.c_str();
+}
+
+void PlatformSettingSet(const char *key, const char *value)
+{
+    SettingsNeed();
+    if (Setting *setting = SettingFind(key))
+        setting->value = value;
 }
 
 const char *PlatformSetting(const char *key)
 {
-    if (!settings_loaded)
-        PlatformSettingsLoad(nullptr);
+    SettingsNeed();
     const Setting *setting = key ? SettingFind(key) : nullptr;
     if (!setting)
         return nullptr;

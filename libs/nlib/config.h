@@ -10,12 +10,23 @@ extern "C" {
 // knows and values that cannot be are reported by syslog, with file and line.
 //
 //   state_dir               /var/lib/nubo   databases, covers, event log; an absolute path
-//   database                sqlite          the database engine and how to reach it
+//   database                sqlite          the database engine: "sqlite", or a connection string of PostgreSQL
+//   database_wait           60              seconds that a batch waits for a server that went away
+//   box                     nubo            the name under which this box keeps its rows on a shared server
 //   text_fallback_charset   windows-1252    what 8-bit texts are taken for when nothing tells; an iconv name
 const char *PlatformSetting(const char *key);
 
 // Drops what was read and reads another file; null: the one that PlatformSetting would choose. A file that
 // is not there leaves every setting at its default.
 void PlatformSettingsLoad(const char *path);
+
+// The file that the settings come from, whether it exists or not.
+const char *PlatformSettingsFile(void);
+
+// Why the file could not be read, or null. Whoever may not read it must not go on with the default database.
+const char *PlatformSettingsError(void);
+
+// Another value for this process, until the next PlatformSettingsLoad.
+void PlatformSettingSet(const char *key, const char *value);
 }
 #pragma GCC visibility pop

@@ -15,6 +15,7 @@
 enum DbName {
     DB_MEDIA = 0,
     DB_PHOTO = 1,
+    DB_COUNT = 2,
 };
 
 // A bound value. Texts are any bytes and are not copied: they must live until the call returns.
@@ -64,8 +65,24 @@ int DbRowCount(const NuboDbResult *result);
 // Puts everything stored so far, in both databases, on stable storage. 0 or -1.
 int DbSync();
 
-// Lets go of a database whose file was replaced meanwhile, so that the next call opens the new one.
+// Lets go of a database whose file was replaced or whose server left meanwhile, so that the next call opens it anew.
 void DbRefresh();
+
+// A batch: what comes between the two may wait for a server that went away, as long as `database_wait` says. At its
+// begin, changes that a dead database missed earlier are queued again (see missed.h). At its end everything
+// is put on stable storage; -1 when that failed.
+void DbBatchBegin();
+int DbBatchEnd();
+
+// Passes on the result of a change, which `change` names as missed.h says. A change that failed, through no fault
+// of its own, or that an engine lost when it died before the end of the batch, is noted to be made again.
+int64_t DbChanged(DbName name, const std::string &change, int64_t result);
+
+// Makes the database and whatever it lives in, and brings its schema up to date. 0; -1 with the reason.
+int DbSetUp(DbName name, std::string *reason);
+
+// Engine and version of an open database's schema, for people.
+std::string DbSchemaText(DbName name);
 
 // Closes both connections; the next call opens them again.
 void DbClose();

@@ -1,21 +1,34 @@
 // The connections, and the calls of every statement on its way to the engine's driver.
+#include <signal.h>
+#include <stdlib.h>
 #include <string.h>
 #include <syslog.h>
+#include <time.h>
+#include <unistd.h>
 
 #include "nlib/config.h"
 #include "nubodb/db_driver.h"
 #include "nubodb/db_result.h"
+#include "nubodb/missed.h"
+#include "nubodb/schema.h"
 
-static NuboDbConnection connections[] = {
-    {DB_MEDIA, nullptr, nullptr, {}, {}, false},
-    {DB_PHOTO, nullptr, nullptr, {}, {}, false},
-};
+static NuboDbConnection connections[DB_COUNT];
 static const char *const DB_NAMES[] = {"media", "photo"};
 
-static const DbDriver *DriverConfigured()
+const DbDriver *DriverConfigured(std::string *reason)
 {
-    const char *engine = PlatformSetting("database");
-    return engine && !strcmp(engine, "sqlite") ? &DB_SQLITE : nullptr;
+    if (const char *error = PlatformSettingsError()) {
+        *reason = error;
+        return nullptr;
+    }
+    std::string engine = PlatformSetting("database");
+    if (engine == DB_SQLITE.name)
+        return &DB_SQLITE;
+    if (engine.starts_with("postgresql://") || engine.starts_with("postgres://") ||
+        engine.find('=') != engine.npos)
+        return &DB_POSTGRESQL;
+    *reason = "no such engine: " + engine;
+    return nullptr;
 }
 
 // The same failure again and again, as a batch meets it, is one line.
@@ -35,17 +48,78 @@ static void ConnectionClose(NuboDbConnection *connection)
     connection->engine = nullptr;
 }
 
+// A connection that failed: what an engine may have lost with it is done again.
+static void ConnectionGiveUp(NuboDbConnection *connection)
+{
+    ConnectionClose(connection);
+    for (const std::string &change : connection->unsynced)
+        MissedNote(change);
+    connection->unsynced.clear();
+}
+
+// --- opening
+
+static constexpr int64_t RETRY_PAUSE_MS = 5000;  // between two attempts, once waiting has been given up
+static constexpr int64_t WAIT_STEP_MS = 250;
+
+static int64_t wait_left_ms =
+    0;  // that calls may still spend waiting for a server; more than 0 in a batch only
+
+static int64_t NowMs()
+{
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+static int OpenOnce(NuboDbConnection *connection, bool set_up)
+{
+    connection->name = static_cast<DbName>(connection - connections);
+    connection->unreachable = false;
+    connection->statement_fault = false;
+    connection->driver = DriverConfigured(&connection->error);
+    if (!connection->driver)
+        return -1;
+    return set_up ? connection->driver->set_up(connection) : connection->driver->open(connection);
+}
+
+// The server is not there: a batch that waits for it is better than a batch that fails.
+static int OpenWaiting(NuboDbConnection *connection)
+{
+    int64_t begin = NowMs();
+    while (wait_left_ms > 0) {
+        usleep(WAIT_STEP_MS * 1000);
+        int64_t end = NowMs();
+        int result = OpenOnce(connection, false);
+        wait_left_ms -= WAIT_STEP_MS + (NowMs() - end);
+        if (result == 0) {
+            syslog(LOG_NOTICE, "nubodb: %s database: back after %lld seconds", DB_NAMES[connection->name],
+                   static_cast<long long>((NowMs() - begin) / 1000));
+            return 0;
+        }
+        if (!connection->unreachable)
+            return -1;
+    }
+    return -1;
+}
+
 static int ConnectionOpen(NuboDbConnection *connection)
 {
     if (connection->engine)
         return 0;
-    connection->driver = DriverConfigured();
-    if (connection->driver && connection->driver->open(connection) == 0)
-        return 0;
-    if (!connection->driver)
-        connection->error = std::string("no such engine: ") + PlatformSetting("database");
-    FailureLog(connection, "cannot be opened");
-    return -1;
+    bool is_early = connection->retry_at > NowMs() && wait_left_ms <= 0;
+    if (is_early)
+        return -1;
+    int result = OpenOnce(connection, false);
+    if (result < 0)
+        FailureLog(connection, "cannot be opened");
+    if (result < 0 && connection->unreachable)
+        result = OpenWaiting(connection);
+    if (result < 0 && connection->unreachable)
+        connection->retry_at = NowMs() + RETRY_PAUSE_MS;
+    else
+        connection->retry_at = 0;
+    return result;
 }
 
 NuboDbConnection *DbOpen(DbName name)
@@ -53,6 +127,27 @@ NuboDbConnection *DbOpen(DbName name)
     NuboDbConnection *connection = &connections[name];
     return ConnectionOpen(connection) == 0 ? connection : nullptr;
 }
+
+int DbSetUp(DbName name, std::string *reason)
+{
+    NuboDbConnection *connection = &connections[name];
+    ConnectionClose(connection);
+    if (OpenOnce(connection, true) == 0)
+        return 0;
+    *reason = connection->error;
+    return -1;
+}
+
+std::string DbSchemaText(DbName name)
+{
+    const NuboDbConnection &connection = connections[name];
+    if (!connection.driver)
+        return "";
+    return std::string(connection.driver->name) + ", schema version " +
+           std::to_string(SchemaNewestVersion(connection.driver->name, name));
+}
+
+// --- statements
 
 // What remains to be done after a driver's call.
 static int64_t Outcome(NuboDbConnection *connection, int64_t result, const char *what)
@@ -63,7 +158,7 @@ static int64_t Outcome(NuboDbConnection *connection, int64_t result, const char 
     }
     FailureLog(connection, what);
     if (connection->engine && !connection->driver->usable(connection))
-        ConnectionClose(connection);
+        ConnectionGiveUp(connection);
     return -1;
 }
 
@@ -77,7 +172,7 @@ static int64_t Attempt(NuboDbConnection *connection, const DbStatementText &stat
     else if (result)
         *result = rows;
     if (changed < 0 && !connection->driver->usable(connection))
-        ConnectionClose(connection);
+        ConnectionGiveUp(connection);
     return changed;
 }
 
@@ -88,6 +183,8 @@ static int64_t StatementRun(NuboDbConnection *connection, const DbStatementText 
 {
     if (result)
         *result = nullptr;
+    if (connection)
+        connection->statement_fault = false;
     if (!connection || !statement.sql || (connection->in_transaction && !connection->engine))
         return -1;
     if (ConnectionOpen(connection) < 0)
@@ -178,8 +275,12 @@ int DbSync()
 {
     int result = 0;
     for (NuboDbConnection &connection : connections) {
-        if (connection.engine && Outcome(&connection, connection.driver->sync(&connection), "sync failed") < 0)
+        if (!connection.engine)
+            continue;
+        if (Outcome(&connection, connection.driver->sync(&connection), "sync failed") < 0)
             result = -1;
+        else
+            connection.unsynced.clear();
     }
     return result;
 }
@@ -188,7 +289,7 @@ void DbRefresh()
 {
     for (NuboDbConnection &connection : connections) {
         if (connection.engine && !connection.driver->current(&connection))
-            ConnectionClose(&connection);
+            ConnectionGiveUp(&connection);
     }
 }
 
@@ -198,7 +299,46 @@ void DbClose()
         ConnectionClose(&connection);
         connection.in_transaction = false;
         connection.logged.clear();
+        connection.unsynced.clear();
+        connection.retry_at = 0;
     }
+}
+
+// --- batches
+
+static constexpr size_t UNSYNCED_MAX = 10000;
+
+int64_t DbChanged(DbName name, const std::string &change, int64_t result)
+{
+    NuboDbConnection *connection = &connections[name];
+    if (result < 0) {
+        if (!connection->statement_fault)
+            MissedNote(change);
+    } else if (connection->driver && connection->driver->loses_unsynced) {
+        connection->unsynced.push_back(change);
+        if (connection->unsynced.size() >= UNSYNCED_MAX)
+            (void)DbSync();
+    }
+    return result;
+}
+
+void DbBatchBegin()
+{
+    int seconds = atoi(PlatformSetting("database_wait"));
+    wait_left_ms = seconds > 0 ? static_cast<int64_t>(seconds) * 1000 : 0;
+    DbRefresh();
+    if (MissedCount() > 0 && DbOpen(DB_MEDIA) && DbOpen(DB_PHOTO))
+        if (MissedQueue() > 0)
+            (void)kill(getpid(), SIGUSR1);
+}
+
+int DbBatchEnd()
+{
+    int result = DbSync();
+    wait_left_ms = 0;
+    if (result < 0)
+        MissedFlush();
+    return result;
 }
 
 int DbVacuum(DbName name)
@@ -221,7 +361,8 @@ const char *NUBODBErrorGet(NuboDbConnection *connection)
 
 int NUBODBEscapeString(char *dst, const char *src, int length)
 {
-    const DbDriver *driver = DriverConfigured();
+    std::string reason;
+    const DbDriver *driver = DriverConfigured(&reason);
     if (!dst || !src || length < 0 || !driver)
         return -1;
     return driver->escape(dst, src, strnlen(src, static_cast<size_t>(length)));

@@ -4,6 +4,7 @@
 #include <stdint.h>
 
 #include <string>
+#include <vector>
 
 #include "nubodb/database.h"
 
@@ -16,6 +17,13 @@ struct NuboDbConnection {
     std::string error;    // the last failure
     std::string logged;   // the failure that was logged last; emptied by the next success
     bool in_transaction;  // from DbBegin to DbCommit or DbRollback, even when the connection broke meanwhile
+
+    // What the last failure was; set by the driver, false for any other.
+    bool statement_fault;  // the statement would fail on a sound database too
+    bool unreachable;      // opening failed in a way that time may mend: the server is not there
+
+    int64_t retry_at;                   // no attempt to open before that, in ms of the monotonic clock
+    std::vector<std::string> unsynced;  // what changed since the last sync, where an engine's death loses it
 };
 
 struct DbStatementText {
@@ -30,6 +38,8 @@ struct DbDriver {
 
     // Connects and brings the schema to its newest version. 0; -1 with connection->error set.
     int (*open)(NuboDbConnection *connection);
+    // The same, and makes what the database lives in.
+    int (*set_up)(NuboDbConnection *connection);
     void (*close)(NuboDbConnection *connection);
 
     // Runs a statement to its end; rows go to `result` unless that is null. The number of rows changed, or
@@ -48,6 +58,13 @@ struct DbDriver {
 
     // For the inside of a '...' literal; at most 2 x length + 1 bytes. 0 or -1.
     int (*escape)(char *dst, const char *src, size_t length);
+
+    // Does the death of the engine's own process take changes that were not synced?
+    bool loses_unsynced;
 };
 
 extern const DbDriver DB_SQLITE;
+extern const DbDriver DB_POSTGRESQL;
+
+// The driver that the settings ask for; null when there is none, with the reason.
+const DbDriver *DriverConfigured(std::string *reason);

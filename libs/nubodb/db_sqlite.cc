@@ -26,12 +26,28 @@ static bool IsBreaking(int code)
     }
 }
 
+// The failures of a statement itself, which would fail again on a sound file.
+static bool IsStatementFault(int code)
+{
+    switch (code & 0xFF) {
+    case SQLITE_ERROR:
+    case SQLITE_CONSTRAINT:
+    case SQLITE_MISMATCH:
+    case SQLITE_RANGE:
+    case SQLITE_TOOBIG:
+        return true;
+    default:
+        return false;
+    }
+}
+
 int SqliteFail(NuboDbConnection *connection, const char *what)
 {
     SqliteEngine *engine = SqliteEngineOf(connection);
     int code = sqlite3_extended_errcode(engine->db);
     if (IsBreaking(code))
         engine->broken = true;
+    connection->statement_fault = IsStatementFault(code);
     connection->error = std::string(what) + ": " + sqlite3_errmsg(engine->db);
     if (int system_error = sqlite3_system_errno(engine->db); system_error != 0 && IsBreaking(code))
         connection->error += std::string(" (") + strerror(system_error) + ")";
@@ -92,6 +108,6 @@ static int SqliteEscape(char *dst, const char *src, size_t length)
 }
 
 const DbDriver DB_SQLITE = {
-    "sqlite",      SqliteOpen, SqliteClose,  SqliteRun,         SqliteUsable,
-    SqliteCurrent, SqliteSync, SqliteVacuum, "begin immediate", SqliteEscape,
+    "sqlite",      SqliteOpen, SqliteOpen,   SqliteClose,       SqliteRun,    SqliteUsable,
+    SqliteCurrent, SqliteSync, SqliteVacuum, "begin immediate", SqliteEscape, false,
 };

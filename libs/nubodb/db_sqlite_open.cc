@@ -113,16 +113,6 @@ static int FileSetUp(sqlite3 *db)
     return 0;
 }
 
-static int NewestVersion(DbName name)
-{
-    int newest = 0;
-    for (int i = 0; i < SCHEMA_STEP_COUNT; i++) {
-        if (SCHEMA_STEPS[i].database == name && SCHEMA_STEPS[i].version > newest)
-            newest = SCHEMA_STEPS[i].version;
-    }
-    return newest;
-}
-
 // One version further, all of it or nothing. Another process may have been faster: the version is read again
 // under the lock.
 static int StepApply(sqlite3 *db, const SchemaStep &step)
@@ -143,15 +133,12 @@ int SqliteSchemaUpdate(NuboDbConnection *connection)
     int version = IntegerQuery(db, "pragma user_version");
     if (version < 0)
         return SqliteFail(connection, "schema version");
-    int newest = NewestVersion(connection->name);
-    if (version > newest) {
-        connection->error = "its schema has version " + std::to_string(version) + ", newer than " +
-                            std::to_string(newest) + ", which this program knows";
+    if (SchemaVersionCheck(DB_SQLITE.name, connection->name, version, &connection->error) < 0)
         return -1;
-    }
     for (int i = 0; i < SCHEMA_STEP_COUNT; i++) {
         const SchemaStep &step = SCHEMA_STEPS[i];
-        if (step.database == connection->name && step.version > version && StepApply(db, step) < 0)
+        bool is_ours = !strcmp(step.engine, DB_SQLITE.name) && step.database == connection->name;
+        if (is_ours && step.version > version && StepApply(db, step) < 0)
             return SqliteFail(connection, "schema");
     }
     return 0;

@@ -4,6 +4,7 @@
 #include "nubodb/database.h"
 
 struct SchemaStep {
+    const char *engine;  // the driver's name
     DbName database;
     int version;      // the version that a database has after this step; they follow each other from 1
     const char *sql;  // several statements
@@ -11,3 +12,9 @@ struct SchemaStep {
 
 extern const SchemaStep SCHEMA_STEPS[];
 extern const int SCHEMA_STEP_COUNT;
+
+// The newest version that this program knows.
+int SchemaNewestVersion(const char *engine, DbName database);
+
+// Is a database of this version one that this program can bring up to date? -1 with the reason in `error`.
+int SchemaVersionCheck(const char *engine, DbName database, int version, std::string *error);

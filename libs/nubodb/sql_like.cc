@@ -3,11 +3,7 @@
 // range in a pattern, which LikeRangesAdd therefore writes out.
 #include "nubodb/sql_like.h"
 
-#include <ctype.h>
-#include <strings.h>
-
-#include <initializer_list>
-#include <vector>
+#include "nubodb/sql_tokens.h"
 
 // The bytes of the character at the text's beginning: 1 unless a whole UTF-8 sequence stands there.
 static size_t CharacterLength(std::string_view text)
@@ -81,110 +77,19 @@ std::string PrefixEnd(std::string prefix)
     return prefix;
 }
 
-enum TokenType { TOKEN_WORD, TOKEN_LITERAL, TOKEN_SIGN };
-
-struct Token {
-    TokenType type;
-    std::string_view text;
-    size_t begin;
-};
-
-static bool IsWordByte(char byte)
-{
-    auto value = static_cast<unsigned char>(byte);
-    return value >= 0x80 || isalnum(value) || byte == '_' || byte == '$';
-}
-
-// The end of a quoted text that begins at `at`; a doubled quote belongs to it.
-static size_t QuotedEnd(std::string_view sql, size_t at)
-{
-    char quote = sql[at++];
-    for (; at < sql.size(); at++) {
-        if (sql[at] != quote)
-            continue;
-        if (at + 1 < sql.size() && sql[at + 1] == quote)
-            at++;
-        else
-            return at + 1;
-    }
-    return sql.size();
-}
-
-static size_t CommentEnd(std::string_view sql, size_t at)
-{
-    size_t end = sql[at] == '-' ? sql.find('\n', at) : sql.find("*/", at + 2);
-    if (end == std::string_view::npos)
-        return sql.size();
-    return sql[at] == '-' ? end + 1 : end + 2;
-}
-
-static std::vector<Token> SqlTokens(std::string_view sql)
-{
-    std::vector<Token> tokens;
-    size_t at = 0;
-    while (at < sql.size()) {
-        size_t begin = at;
-        TokenType type = TOKEN_SIGN;
-        if (isspace(static_cast<unsigned char>(sql[at]))) {
-            at++;
-            continue;
-        }
-        std::string_view two = sql.substr(at, 2);
-        if (two == "--" || two == "/*") {
-            at = CommentEnd(sql, at);
-            continue;
-        }
-        if (sql[at] == '\'') {
-            type = TOKEN_LITERAL;
-            at = QuotedEnd(sql, at);
-        } else if (sql[at] == '"') {
-            type = TOKEN_WORD;
-            at = QuotedEnd(sql, at);
-        } else if (IsWordByte(sql[at])) {
-            type = TOKEN_WORD;
-            while (at < sql.size() && IsWordByte(sql[at]))
-                at++;
-        } else {
-            at++;
-        }
-        tokens.push_back({type, sql.substr(begin, at - begin), begin});
-    }
-    return tokens;
-}
-
-static bool IsOneOf(const Token &token, std::initializer_list<std::string_view> words)
-{
-    for (std::string_view word : words) {
-        if (token.text.size() == word.size() && !strncasecmp(token.text.data(), word.data(), word.size()))
-            return true;
-    }
-    return false;
-}
-
 // `column like 'literal'` as an operand of its own at tokens[i - 1 .. i + 1]?
 static bool IsPlainLike(const std::vector<Token> &tokens, size_t i)
 {
-    if (i < 1 || i + 1 >= tokens.size() || !IsOneOf(tokens[i], {"like"}))
+    if (i < 1 || i + 1 >= tokens.size() || !TokenIsOneOf(tokens[i], {"like"}))
         return false;
-    if (tokens[i - 1].type != TOKEN_WORD || IsOneOf(tokens[i - 1], {"not"}))
+    if (tokens[i - 1].type != TOKEN_WORD || TokenIsOneOf(tokens[i - 1], {"not"}))
         return false;
     if (tokens[i + 1].type != TOKEN_LITERAL)
         return false;
-    bool begins = i < 2 || IsOneOf(tokens[i - 2], {"where", "and", "or", "not", "("});
-    bool ends =
-        i + 2 == tokens.size() || IsOneOf(tokens[i + 2], {"and", "or", "order", "group", "limit", ")", ";"});
+    bool begins = i < 2 || TokenIsOneOf(tokens[i - 2], {"where", "and", "or", "not", "("});
+    bool ends = i + 2 == tokens.size() ||
+                TokenIsOneOf(tokens[i + 2], {"and", "or", "order", "group", "limit", ")", ";"});
     return begins && ends;
-}
-
-static std::string LiteralValue(std::string_view literal)
-{
-    std::string value;
-    for (size_t i = 1; i + 1 < literal.size(); i++) {
-        value.push_back(literal[i]);
-        if (literal[i] == '\'')
-            i++;
-    }
-    return value;
 }
 
 static std::string LiteralOf(std::string_view value)
@@ -202,7 +107,7 @@ std::string LikeRangesAdd(const char *sql)
     size_t copied = 0;
     std::vector<Token> tokens = SqlTokens(text);
     for (const Token &token : tokens) {
-        if (IsOneOf(token, {"between", "case"}))  // their "and" and "when" are none of a condition
+        if (TokenIsOneOf(token, {"between", "case"}))  // their "and" and "when" are none of a condition
             return std::string(text);
     }
     for (size_t i = 0; i < tokens.size(); i++) {

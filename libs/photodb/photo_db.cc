@@ -10,6 +10,9 @@
 
 static constexpr size_t PATH_SIZE = sizeof PhotoInfoRecord::path;
 
+// The request that makes every photo and album row good again.
+static constexpr char RESYNCHRONISATION[] = "R:photo";
+
 static const char *const TABLES[] = {"photo", "video_desc", "video_comment", "photo_share",
                                      "photo_access_right"};
 
@@ -28,7 +31,7 @@ void PhotoInfoDBClose(NuboDbHandle *handle)
 
 int PhotoDBExec(const char *sql)
 {
-    int64_t changed = DbExecute(DbOpen(DB_PHOTO), sql, nullptr);
+    int64_t changed = DbChanged(DB_PHOTO, RESYNCHRONISATION, DbExecute(DbOpen(DB_PHOTO), sql, nullptr));
     return changed > INT32_MAX ? INT32_MAX : static_cast<int>(changed);
 }
 
@@ -157,12 +160,11 @@ int NUBOUpdatePhotoPath(PhotoPathList *list, const char *new_prefix, const char 
     if (!new_prefix || !*new_prefix || !old_prefix || !*old_prefix)
         return -1;
     NuboDbConnection *connection = DbOpen(DB_PHOTO);
-    if (DbBegin(connection) < 0)
-        return -1;
-    if (PathsMove(connection, list, new_prefix, old_prefix) == 0 && DbCommit(connection) == 0)
-        return 0;
+    if (DbBegin(connection) == 0 && PathsMove(connection, list, new_prefix, old_prefix) == 0 &&
+        DbCommit(connection) == 0)
+        return static_cast<int>(DbChanged(DB_PHOTO, RESYNCHRONISATION, 0));
     DbRollback(connection);
-    return -1;
+    return static_cast<int>(DbChanged(DB_PHOTO, RESYNCHRONISATION, -1));
 }
 
 template <size_t size>
@@ -213,7 +215,8 @@ int PhotoInfoDBSave(const PhotoInfoRecord *record, int)
         DbInteger(filesize),
         DbText(name_title.c_str()),
     };
-    return DbRun(DbOpen(DB_PHOTO), SAVE, values, sizeof values / sizeof values[0]) < 0 ? -1 : 0;
+    int64_t changed = DbRun(DbOpen(DB_PHOTO), SAVE, values, sizeof values / sizeof values[0]);
+    return DbChanged(DB_PHOTO, std::string("f") + record->path, changed) < 0 ? -1 : 0;
 }
 
 int PhotoInfoDBDelete(const char *path)
@@ -221,7 +224,8 @@ int PhotoInfoDBDelete(const char *path)
     static constexpr char SQL[] = "delete from photo where path = $1";
     if (!path || !*path)
         return -1;
-    return DbRun(DbOpen(DB_PHOTO), SQL, {DbText(path)}) < 0 ? -1 : 0;
+    return DbChanged(DB_PHOTO, std::string("f") + path, DbRun(DbOpen(DB_PHOTO), SQL, {DbText(path)})) < 0 ? -1
+                                                                                                          : 0;
 }
 
 // The folder may have been a file: then its own row goes.
@@ -231,19 +235,20 @@ int PhotoInfoDBDirDelete(const char *dir)
     if (!dir || !*dir)
         return -1;
     DbSubtree subtree = DbSubtreeOf(dir);
-    return DbRun(DbOpen(DB_PHOTO), SQL,
-                 {DbText(subtree.folder.c_str()), DbText(subtree.first.c_str()), DbText(subtree.end.c_str())}) <
-                   0
-               ? -1
-               : 0;
+    int64_t changed =
+        DbRun(DbOpen(DB_PHOTO), SQL,
+              {DbText(subtree.folder.c_str()), DbText(subtree.first.c_str()), DbText(subtree.end.c_str())});
+    return DbChanged(DB_PHOTO, "s" + subtree.folder, changed) < 0 ? -1 : 0;
 }
 
 int NUBOPhotoInitAllRows(void)
 {
-    return DbRun(DbOpen(DB_PHOTO), "update photo set updated = 0 where updated <> 0") < 0 ? -1 : 0;
+    int64_t changed = DbRun(DbOpen(DB_PHOTO), "update photo set updated = 0 where updated <> 0");
+    return DbChanged(DB_PHOTO, RESYNCHRONISATION, changed) < 0 ? -1 : 0;
 }
 
 int NUBOPhotoDeleteNoUpdateRows(void)
 {
-    return DbRun(DbOpen(DB_PHOTO), "delete from photo where updated = 0") < 0 ? -1 : 0;
+    int64_t changed = DbRun(DbOpen(DB_PHOTO), "delete from photo where updated = 0");
+    return DbChanged(DB_PHOTO, RESYNCHRONISATION, changed) < 0 ? -1 : 0;
 }

@@ -8,7 +8,7 @@
 #include "platform/photo_db.h"
 #include "support/scratch.h"
 
-class FolderCost : public DatabaseTest
+class SqliteFolderCost : public DatabaseTest
 {
 };
 
@@ -51,7 +51,7 @@ static int StepsOf(const std::string &sql)
     return steps;
 }
 
-TEST_F(FolderCost, DoesNotGrowWithTheLibrary)
+TEST_F(SqliteFolderCost, DoesNotGrowWithTheLibrary)
 {
     std::string sql = std::string("select path from photo where ") + CONDITION + " order by path asc";
     LibraryMake(2000);
@@ -63,7 +63,7 @@ TEST_F(FolderCost, DoesNotGrowWithTheLibrary)
 }
 
 // The plan of what the library itself sends, rows in order without sorting.
-TEST_F(FolderCost, PlanIsOneRangeOfPaths)
+TEST_F(SqliteFolderCost, PlanIsOneRangeOfPaths)
 {
     Texts plan = Query(DB_PHOTO,
                        std::string("explain query plan select path from photo where ") + CONDITION +

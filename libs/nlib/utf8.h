@@ -4,6 +4,9 @@
 #include <stddef.h>
 
 #include <string>
+#include <string_view>
+
+#pragma GCC visibility push(default)
 
 static constexpr char32_t REPLACEMENT_CHARACTER = 0xFFFD;
 
@@ -15,3 +18,8 @@ size_t Utf8Read(const char *text, size_t left, char32_t *c);
 size_t Utf8Missing(const char *text, size_t left);
 
 void Utf8Append(std::string *text, char32_t c);
+
+// The text with U+FFFD in place of every byte that belongs to no well-formed character.
+std::string Utf8Cleaned(std::string_view text);
+
+#pragma GCC visibility pop

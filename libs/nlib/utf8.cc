@@ -1,5 +1,5 @@
 // UTF-8 one character at a time.
-#include "mediaindex/utf8.h"
+#include "nlib/utf8.h"
 
 #include <stdint.h>
 
@@ -81,4 +81,17 @@ void Utf8Append(std::string *text, char32_t c)
     *text += static_cast<char>((0xFF00u >> (tail + 1) & 0xFF) | (c >> (6 * tail)));
     while (tail-- > 0)
         *text += static_cast<char>(0x80 | (c >> (6 * tail) & 0x3F));
+}
+
+std::string Utf8Cleaned(std::string_view text)
+{
+    std::string clean;
+    clean.reserve(text.size());
+    for (size_t at = 0; at < text.size();) {
+        char32_t c = REPLACEMENT_CHARACTER;
+        size_t length = Utf8Read(text.data() + at, text.size() - at, &c);
+        Utf8Append(&clean, c);
+        at += length > 0 ? length : 1;
+    }
+    return clean;
 }

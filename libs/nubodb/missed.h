@@ -1,0 +1,24 @@
+// Changes that never reached a database: its server was gone, its disk full, its file damaged. They are kept by name in
+// a file of their own, and once the database answers they become ordinary requests in the indexing queue. What is kept
+// is where to look again, not what to do: the files themselves say by then whether they are to be added or removed.
+#pragma once
+
+#include <string>
+
+#pragma GCC visibility push(default)
+
+// Notes a change: "f" and the path of a file or folder, "s" and the path of a folder with all below it, or a request
+// that makes everything good ("R:photo"). Known ones are not noted twice.
+void MissedNote(const std::string &change);
+
+// How many changes wait, those of other processes included.
+size_t MissedCount();
+
+// Tries again to write down what could only be kept in memory.
+void MissedFlush();
+
+// Puts a request for each change at the end of the indexing queue, and forgets them. The number of requests; -1 with
+// a message in the system log, and everything is kept.
+int MissedQueue();
+
+#pragma GCC visibility pop
