@@ -105,7 +105,7 @@ TEST(Interrupted, KilledBatchesEndWithTheRowsOfAnUndisturbedOne)
     ASSERT_GE(Paths("music").size(), static_cast<size_t>(FOLDERS));
 
     for (int round = 0; round < 10; round++) {
-        fs::remove_all("/var/lib/nubo");
+        DatabasesRemove();
         FileWrite(QUEUE, Joined(lines));
         // Several kills a round, at moments spread over the whole batch.
         for (int kill_number = 0; kill_number <= round % 3; kill_number++) {

@@ -35,8 +35,6 @@
 namespace fs = std::filesystem;
 
 static constexpr char SHARE[] = "/volume1/photo";
-static constexpr char STATE[] = "/var/lib/nubo";
-static constexpr char KEPT_STATE[] = "/var/lib/nubo.kept";
 static constexpr int LEVELS_MAX = 4;
 
 // Behind a name's number.
@@ -419,11 +417,10 @@ static Content ContentRead()
 // The same tree, seen by a daemon that knows nothing.
 static Content FreshContent()
 {
-    fs::rename(STATE, KEPT_STATE);
+    DatabasesSetAside();
     Index({"R:photo"});
     Content content = ContentRead();
-    fs::remove_all(STATE);
-    fs::rename(KEPT_STATE, STATE);
+    DatabasesBringBack();
     return content;
 }
 

@@ -21,3 +21,9 @@ std::vector<std::string> Paths(const std::string &table);
 
 // Every row of all media tables but for the numbers that the engine gives out, as text to be compared.
 std::string MediaDump();
+
+// Takes all that the box knows away, as if it were new; and back again what DatabasesSetAside took, in place of what
+// came meanwhile. No daemon may run.
+void DatabasesRemove();
+void DatabasesSetAside();
+void DatabasesBringBack();

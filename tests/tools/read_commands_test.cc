@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "common/paths.h"
+#include "nlib/config.h"
 #include "platform/media_index.h"
 #include "platform/sdk.h"
 #include "support/scratch.h"
@@ -299,7 +300,10 @@ TEST_F(StatusCommand, ABatchIsInProgressOrInterrupted)
 
 TEST_F(StatusCommand, ABrokenDatabaseIsReportedAndTheRestIsShown)
 {
-    WriteFile(Scratch("/state/media.db"), std::string(8192, 'x'));
+    if (getenv("NUBO_TEST_POSTGRESQL"))
+        PlatformSettingSet("database", "host=/nowhere");
+    else
+        WriteFile(Scratch("/state/media.db"), std::string(8192, 'x'));
     ToolResult result = RunTool({"status"});
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.out.find("daemon           not running\n"), std::string::npos);
