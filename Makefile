@@ -3,6 +3,7 @@ PRESET ?= release
 JOBS ?= $(shell nproc)
 CONFIGURE ?=
 MEDIA ?=
+ENGINE ?= sqlite
 DESTDIR ?=
 FUZZ_SECONDS ?= 60
 
@@ -11,7 +12,8 @@ sources = $$(find src libs siblings tests tools bench fuzz -name '*.cc' -o -name
 .PHONY: help deps build test demo bench fuzz install format format-check clean
 
 help:
-	@echo "make demo [MEDIA=folder]   index a folder (or a library made for it) and show the result"
+	@echo "make demo [MEDIA=folder]   index a folder (or a library made for it) and show the result;"
+	@echo "          [ENGINE=postgresql]  with the databases on a PostgreSQL server made for it"
 	@echo "make test [PRESET=asan]    build and run every test"
 	@echo "make build [PRESET=...]    build only: release (the default), debug, asan"
 	@echo "make bench                 measure"
@@ -33,7 +35,7 @@ test: build
 	ctest --preset $(PRESET) -j $(JOBS)
 
 demo: build
-	@scripts/demo --build build/$(PRESET) $(if $(MEDIA),--media "$(MEDIA)")
+	@scripts/demo --build build/$(PRESET) --engine $(ENGINE) $(if $(MEDIA),--media "$(MEDIA)")
 
 bench: build
 	@for program in build/$(PRESET)/bin/*_bench; do \

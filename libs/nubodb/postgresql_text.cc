@@ -8,8 +8,6 @@
 #include "nubodb/sql_tokens.h"
 
 static constexpr size_t PATH_HEAD_SIZE = 1000;  // bytes; as in the schema
-static constexpr char PATH_HEAD_OF[] = "substr(";
-static constexpr char PATH_HEAD_OF_END[] = "::bytea, 1, 1000)";
 
 struct Translation {
     std::string_view sql;
@@ -176,23 +174,48 @@ static std::string ComparisonAt(const Translation &work)
     return is_known ? comparison : "";
 }
 
+// The parameter that a column is compared with, and how many tokens the condition takes; empty when what stands there is
+// something else.
+static std::string ComparedWith(Translation *work, const std::string &comparison, size_t *count)
+{
+    const Token *value = comparison.empty() ? nullptr : TokenAt(*work, 1 + comparison.size());
+    *count = 2 + comparison.size();
+    if (!value || !IsConditionBegin(*work) || !IsConditionEnd(*work, *count))
+        return "";
+    if (work->composed)
+        return value->type == TOKEN_LITERAL ? ParameterAdd(work, LiteralValue(value->text)) : "";
+    return value->text[0] == '$' ? std::string(value->text) : "";
+}
+
 // `path = value` and the like: the head of a lesser path is not greater.
 static bool PathTranslate(Translation *work)
 {
-    std::string comparison = IsWord(TokenAt(*work, 0), "path") ? ComparisonAt(*work) : "";
-    if (comparison.empty() || !IsConditionBegin(*work))
+    if (!IsWord(TokenAt(*work, 0), "path"))
         return false;
-    const Token *value = TokenAt(*work, 1 + comparison.size());
-    bool is_literal = work->composed && value && value->type == TOKEN_LITERAL;
-    bool is_parameter = !work->composed && value && value->text[0] == '$';
-    if ((!is_literal && !is_parameter) || !IsConditionEnd(*work, 2 + comparison.size()))
+    size_t count = 0;
+    std::string comparison = ComparisonAt(*work);
+    std::string parameter = ComparedWith(work, comparison, &count);
+    if (parameter.empty())
         return false;
-    std::string parameter =
-        is_literal ? ParameterAdd(work, LiteralValue(value->text)) : std::string(value->text);
     std::string head = comparison == "=" ? "=" : comparison[0] == '<' ? "<=" : ">=";
-    TokensReplace(work, 2 + comparison.size(),
-                  "(path " + comparison + " " + parameter + "::bytea and path_head " + head + " " +
-                      PATH_HEAD_OF + parameter + PATH_HEAD_OF_END + ")");
+    TokensReplace(work, count,
+                  "(path " + comparison + " " + parameter + "::bytea and path_head " + head + " substr(" +
+                      parameter + "::bytea, 1, " + std::to_string(PATH_HEAD_SIZE) + "))");
+    return true;
+}
+
+// `sharename = value`: albums are found by the hash of their name.
+static bool AlbumTranslate(Translation *work)
+{
+    if (!IsWord(TokenAt(*work, 0), "sharename") || ComparisonAt(*work) != "=")
+        return false;
+    size_t count = 0;
+    std::string parameter = ComparedWith(work, "=", &count);
+    if (parameter.empty())
+        return false;
+    TokensReplace(work, count,
+                  "(sharename = " + parameter + "::bytea and sha256(sharename) = sha256(" + parameter +
+                      "::bytea))");
     return true;
 }
 
@@ -232,8 +255,8 @@ PostgresqlText PostgresqlTextOf(std::string_view sql, bool composed)
     if (!IsUnderstood(work))
         return {std::string(sql), {}};
     while (work.at < work.tokens.size()) {
-        if (!LikeTranslate(&work) && !PathTranslate(&work) && !ConflictTranslate(&work) &&
-            !LiteralTranslate(&work))
+        if (!LikeTranslate(&work) && !PathTranslate(&work) && !AlbumTranslate(&work) &&
+            !ConflictTranslate(&work) && !LiteralTranslate(&work))
             work.at++;
     }
     work.result.sql.append(sql, work.copied);

@@ -96,12 +96,12 @@ static std::string Escaped(const std::string &text)
     return done ? escaped.data() : "";
 }
 
-// Compared as text, because a name may hold the wildcards of a pattern: A_ is not AB, and AB is not to be published
-// with it.
+// An album and those below it: "0" is the byte behind "/". No pattern, because a name may hold wildcards: A_ is not AB,
+// and AB is not to be published with it.
 static std::string AlbumCondition(const std::string &name)
 {
-    std::string album = "'" + Escaped(name) + "'", front = "'" + Escaped(name + "/") + "'";
-    return "sharename = " + album + " or substr(sharename, 1, length(" + front + ")) = " + front;
+    std::string album = Escaped(name);
+    return "sharename = '" + album + "' or (sharename >= '" + album + "/' and sharename < '" + album + "0')";
 }
 
 static int AlbumCount(const std::string &condition)

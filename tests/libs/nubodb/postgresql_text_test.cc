@@ -49,6 +49,14 @@ TEST(PostgresqlText, PathsAreFoundByTheirHeads)
               "insert into t (path) values ($1) ON conflict (path_head, path_tail) do nothing");
 }
 
+TEST(PostgresqlText, AlbumsAreFoundByTheHashOfTheirName)
+{
+    Expect("Update photo_share set sharename = 'n' where sharename='o'",
+           "Update photo_share set sharename = $1 where (sharename = $2::bytea and sha256(sharename) = "
+           "sha256($2::bytea))",
+           {"n", "o"});
+}
+
 TEST(PostgresqlText, LikeOverPathsUsesTheHeads)
 {
     Expect(
