@@ -16,7 +16,7 @@ static constexpr char PLATFORM_CONF[] = "/etc/nubo/platform.conf";
 struct Setting {
     const char *key;
     const char *standard;
-    bool is_folder;     // an absolute path
+    bool is_path;       // an absolute path
     std::string value;  // empty: the standard one
 };
 
@@ -24,7 +24,9 @@ static Setting settings[] = {
     {"state_dir", "/var/lib/nubo", true, {}},
     {"database", "sqlite", false, {}},
     {"database_wait", "60", false, {}},
+    {"database_answer_wait", "120", false, {}},
     {"box", "nubo", false, {}},
+    {"queue", "/var/spool/nubo_indexing_queue", true, {}},
     {"text_fallback_charset", "windows-1252", false, {}},
 };
 static bool settings_loaded = false;
@@ -47,7 +49,7 @@ static void SettingTake(const char *path, int line_number, const char *key, cons
         syslog(LOG_WARNING, "%s:%d: unknown setting \"%s\"", path, line_number, key);
         return;
     }
-    if (setting->is_folder && value[0] != '/') {
+    if (setting->is_path && value[0] != '/') {
         syslog(LOG_WARNING, "%s:%d: \"%s\" is no absolute path, %s is used", path, line_number, value,
                setting->standard);
         return;

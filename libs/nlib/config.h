@@ -12,7 +12,10 @@ extern "C" {
 //   state_dir               /var/lib/nubo   databases, covers, event log; an absolute path
 //   database                sqlite          the database engine: "sqlite", or a connection string of PostgreSQL
 //   database_wait           60              seconds that a batch waits for a server that went away
+//   database_answer_wait    120             seconds after which a server that does not answer is taken for dead
 //   box                     nubo            the name under which this box keeps its rows on a shared server
+//   queue                   /var/spool/nubo_indexing_queue
+//                                           where changes that a database missed are queued again
 //   text_fallback_charset   windows-1252    what 8-bit texts are taken for when nothing tells; an iconv name
 const char *PlatformSetting(const char *key);
 

@@ -70,7 +70,7 @@ void DbRefresh();
 
 // A batch: what comes between the two may wait for a server that went away, as long as `database_wait` says. At its
 // begin, changes that a dead database missed earlier are queued again (see missed.h). At its end everything
-// is put on stable storage; -1 when that failed.
+// is put on stable storage, -1 when that failed; and what it missed itself is queued again, once.
 void DbBatchBegin();
 int DbBatchEnd();
 
@@ -78,8 +78,16 @@ int DbBatchEnd();
 // of its own, or that an engine lost when it died before the end of the batch, is noted to be made again.
 int64_t DbChanged(DbName name, const std::string &change, int64_t result);
 
-// Makes the database and whatever it lives in, and brings its schema up to date. 0; -1 with the reason.
-int DbSetUp(DbName name, std::string *reason);
+// A query of a batch failed, and nobody knows what would have followed from its rows; `change` makes it good.
+void DbUnread(DbName name, const std::string &change);
+
+// Grows with each change or query that fails and each change that a server may have lost. Whoever marks rows and then
+// removes those without a mark looks at it before he does.
+int64_t DbTroubles(DbName name);
+
+// Makes the database and whatever it lives in, and brings its schema up to date. 0 with what was done; -1 with the
+// reason.
+int DbSetUp(DbName name, std::string *report);
 
 // Engine and version of an open database's schema, for people.
 std::string DbSchemaText(DbName name);

@@ -15,6 +15,9 @@
 static NuboDbConnection connections[DB_COUNT];
 static const char *const DB_NAMES[] = {"media", "photo"};
 
+static bool in_batch = false;
+static bool tried_again = false;  // what was missed lately
+
 const DbDriver *DriverConfigured(std::string *reason)
 {
     if (const char *error = PlatformSettingsError()) {
@@ -48,13 +51,24 @@ static void ConnectionClose(NuboDbConnection *connection)
     connection->engine = nullptr;
 }
 
-// A connection that failed: what an engine may have lost with it is done again.
-static void ConnectionGiveUp(NuboDbConnection *connection)
+// What an engine may have lost is done again.
+static void UnsyncedNote(NuboDbConnection *connection)
 {
-    ConnectionClose(connection);
+    if (connection->unsynced.empty())
+        return;
+    syslog(LOG_NOTICE,
+           "nubodb: %s database: %zu changes that were not on the server's disk yet will be made again",
+           DB_NAMES[connection->name], connection->unsynced.size());
     for (const std::string &change : connection->unsynced)
         MissedNote(change);
     connection->unsynced.clear();
+    connection->troubles++;
+}
+
+static void ConnectionGiveUp(NuboDbConnection *connection)
+{
+    ConnectionClose(connection);
+    UnsyncedNote(connection);
 }
 
 // --- opening
@@ -62,8 +76,8 @@ static void ConnectionGiveUp(NuboDbConnection *connection)
 static constexpr int64_t RETRY_PAUSE_MS = 5000;  // between two attempts, once waiting has been given up
 static constexpr int64_t WAIT_STEP_MS = 250;
 
-static int64_t wait_left_ms =
-    0;  // that calls may still spend waiting for a server; more than 0 in a batch only
+// What calls may still spend waiting for a server; more than 0 in a batch only.
+static int64_t wait_left_ms = 0;
 
 static int64_t NowMs()
 {
@@ -103,22 +117,25 @@ static int OpenWaiting(NuboDbConnection *connection)
     return -1;
 }
 
+// A file is tried again at every call. A server that could not be reached, or had to be refused, is left in peace for
+// a while, or a batch would spend its time on it.
 static int ConnectionOpen(NuboDbConnection *connection)
 {
     if (connection->engine)
         return 0;
-    bool is_early = connection->retry_at > NowMs() && wait_left_ms <= 0;
-    if (is_early)
+    connection->statement_fault = false;
+    if (connection->retry_at > NowMs())
         return -1;
     int result = OpenOnce(connection, false);
     if (result < 0)
         FailureLog(connection, "cannot be opened");
-    if (result < 0 && connection->unreachable)
+    if (result < 0 && connection->unreachable) {
         result = OpenWaiting(connection);
-    if (result < 0 && connection->unreachable)
-        connection->retry_at = NowMs() + RETRY_PAUSE_MS;
-    else
-        connection->retry_at = 0;
+        if (result < 0)
+            FailureLog(connection, "cannot be opened");
+    }
+    bool pauses = result < 0 && connection->driver && connection->driver->is_server;
+    connection->retry_at = pauses ? NowMs() + RETRY_PAUSE_MS : 0;
     return result;
 }
 
@@ -128,14 +145,24 @@ NuboDbConnection *DbOpen(DbName name)
     return ConnectionOpen(connection) == 0 ? connection : nullptr;
 }
 
-int DbSetUp(DbName name, std::string *reason)
+static std::string SetUpReport(const NuboDbConnection &connection)
+{
+    int newest = SchemaNewestVersion(connection.driver->name, connection.name);
+    std::string version = "schema version " + std::to_string(newest);
+    if (connection.version_found == newest)
+        return "is up to date, " + version;
+    if (connection.version_found > 0)
+        return "brought from schema version " + std::to_string(connection.version_found) + " to " + version;
+    return "made, " + version;
+}
+
+int DbSetUp(DbName name, std::string *report)
 {
     NuboDbConnection *connection = &connections[name];
     ConnectionClose(connection);
-    if (OpenOnce(connection, true) == 0)
-        return 0;
-    *reason = connection->error;
-    return -1;
+    int result = OpenOnce(connection, true);
+    *report = result == 0 ? SetUpReport(*connection) : connection->error;
+    return result;
 }
 
 std::string DbSchemaText(DbName name)
@@ -171,8 +198,11 @@ static int64_t Attempt(NuboDbConnection *connection, const DbStatementText &stat
         delete rows;
     else if (result)
         *result = rows;
-    if (changed < 0 && !connection->driver->usable(connection))
+    if (changed < 0 && !connection->driver->usable(connection)) {
+        if (connection->driver->is_server)
+            FailureLog(connection, "connection lost");
         ConnectionGiveUp(connection);
+    }
     return changed;
 }
 
@@ -183,8 +213,10 @@ static int64_t StatementRun(NuboDbConnection *connection, const DbStatementText 
 {
     if (result)
         *result = nullptr;
-    if (connection)
+    if (connection) {
         connection->statement_fault = false;
+        connection->repeated = false;
+    }
     if (!connection || !statement.sql || (connection->in_transaction && !connection->engine))
         return -1;
     if (ConnectionOpen(connection) < 0)
@@ -194,6 +226,7 @@ static int64_t StatementRun(NuboDbConnection *connection, const DbStatementText 
         if (ConnectionOpen(connection) < 0)
             return -1;
         changed = Attempt(connection, statement, result);
+        connection->repeated = true;
     }
     return Outcome(connection, changed, "a statement failed");
 }
@@ -235,12 +268,19 @@ int DbCommit(NuboDbConnection *connection)
     return 0;
 }
 
-// Closing undoes what was begun, on every engine and in every state that a failure may have left.
+// Where the engine cannot undo what was begun, or has done so by itself, closing is the end of it in every state that
+// a failure may have left. Either way the connection tells of that failure and not of this.
 void DbRollback(NuboDbConnection *connection)
 {
+    static constexpr char ROLLBACK[] = "rollback";
     if (!connection)
         return;
-    ConnectionClose(connection);
+    std::string error = connection->error;
+    bool statement_fault = connection->statement_fault;
+    if (connection->engine && connection->driver->run(connection, {ROLLBACK, false, nullptr, 0}, nullptr) < 0)
+        ConnectionGiveUp(connection);
+    connection->error = error;
+    connection->statement_fault = statement_fault;
     connection->in_transaction = false;
 }
 
@@ -271,16 +311,23 @@ void DbHandleClose(NuboDbHandle *handle)
     delete handle;
 }
 
+// What a lost connection wrote was noted when it was lost.
+static int ConnectionSync(NuboDbConnection *connection)
+{
+    if (!connection->engine)
+        return 0;
+    if (Outcome(connection, connection->driver->sync(connection), "sync failed") < 0)
+        return -1;
+    connection->unsynced.clear();
+    return 0;
+}
+
 int DbSync()
 {
     int result = 0;
     for (NuboDbConnection &connection : connections) {
-        if (!connection.engine)
-            continue;
-        if (Outcome(&connection, connection.driver->sync(&connection), "sync failed") < 0)
+        if (ConnectionSync(&connection) < 0)
             result = -1;
-        else
-            connection.unsynced.clear();
     }
     return result;
 }
@@ -288,6 +335,7 @@ int DbSync()
 void DbRefresh()
 {
     for (NuboDbConnection &connection : connections) {
+        connection.retry_at = 0;
         if (connection.engine && !connection.driver->current(&connection))
             ConnectionGiveUp(&connection);
     }
@@ -302,42 +350,100 @@ void DbClose()
         connection.unsynced.clear();
         connection.retry_at = 0;
     }
+    in_batch = false;
+    tried_again = false;
+    wait_left_ms = 0;
 }
 
 // --- batches
 
 static constexpr size_t UNSYNCED_MAX = 10000;
 
+static void ChangeMissed(NuboDbConnection *connection, const std::string &change)
+{
+    if (connection->statement_fault)
+        return;
+    MissedNote(change);
+    connection->troubles++;
+}
+
+// Run twice, a folder's change counts rows that the first time found already changed: only requests that name a whole
+// share put that right.
+static bool IsDoubtful(const NuboDbConnection *connection, const std::string &change)
+{
+    return connection->repeated && change.starts_with("R:");
+}
+
 int64_t DbChanged(DbName name, const std::string &change, int64_t result)
 {
     NuboDbConnection *connection = &connections[name];
     if (result < 0) {
-        if (!connection->statement_fault)
-            MissedNote(change);
-    } else if (connection->driver && connection->driver->loses_unsynced) {
+        ChangeMissed(connection, change);
+    } else if (connection->driver && connection->driver->is_server) {
         connection->unsynced.push_back(change);
+        if (IsDoubtful(connection, change))
+            MissedNote(change);
         if (connection->unsynced.size() >= UNSYNCED_MAX)
             (void)DbSync();
     }
     return result;
 }
 
+void DbUnread(DbName name, const std::string &change)
+{
+    if (in_batch)
+        ChangeMissed(&connections[name], change);
+}
+
+int64_t DbTroubles(DbName name)
+{
+    return connections[name].troubles;
+}
+
+// The daemon is its own producer then: another batch follows. In a program that does not listen nothing happens.
+static void BatchAskFor()
+{
+    struct sigaction action = {};
+    bool listens = sigaction(SIGUSR1, nullptr, &action) == 0 && action.sa_handler != SIG_DFL &&
+                   action.sa_handler != SIG_IGN;
+    if (listens)
+        (void)kill(getpid(), SIGUSR1);
+}
+
+// The requests come before the queue is taken over, and so are part of this batch.
 void DbBatchBegin()
 {
     int seconds = atoi(PlatformSetting("database_wait"));
     wait_left_ms = seconds > 0 ? static_cast<int64_t>(seconds) * 1000 : 0;
+    in_batch = true;
     DbRefresh();
+    MissedBatchBegin();
     if (MissedCount() > 0 && DbOpen(DB_MEDIA) && DbOpen(DB_PHOTO))
+        (void)MissedQueue();
+}
+
+// What this batch missed is tried again at once when the databases answer, but only once: a change that fails again
+// waits for the next batch that somebody else wants.
+static void MissedTryAgain()
+{
+    if (MissedCount() == 0) {
+        tried_again = false;
+    } else if (!tried_again && DbOpen(DB_MEDIA) && DbOpen(DB_PHOTO)) {
+        tried_again = true;
         if (MissedQueue() > 0)
-            (void)kill(getpid(), SIGUSR1);
+            BatchAskFor();
+    }
 }
 
 int DbBatchEnd()
 {
     int result = DbSync();
     wait_left_ms = 0;
-    if (result < 0)
-        MissedFlush();
+    if (!in_batch)
+        return result;
+    in_batch = false;
+    MissedFlush();
+    MissedTryAgain();
     return result;
 }
 

@@ -22,8 +22,11 @@ struct NuboDbConnection {
     bool statement_fault;  // the statement would fail on a sound database too
     bool unreachable;      // opening failed in a way that time may mend: the server is not there
 
+    int version_found;                  // of the schema, at the last opening; 0: there was none
     int64_t retry_at;                   // no attempt to open before that, in ms of the monotonic clock
     std::vector<std::string> unsynced;  // what changed since the last sync, where an engine's death loses it
+    bool repeated;                      // the last statement was run twice, the first time without an answer
+    int64_t troubles;  // changes and queries that failed, and changes that may be lost; only grows
 };
 
 struct DbStatementText {
@@ -59,8 +62,8 @@ struct DbDriver {
     // For the inside of a '...' literal; at most 2 x length + 1 bytes. 0 or -1.
     int (*escape)(char *dst, const char *src, size_t length);
 
-    // Does the death of the engine's own process take changes that were not synced?
-    bool loses_unsynced;
+    // A process of its own: its death takes changes that were not synced, and an attempt to reach it takes time.
+    bool is_server;
 };
 
 extern const DbDriver DB_SQLITE;

@@ -3,11 +3,13 @@
 #include "nubodb/db_postgresql.h"
 
 #include <errno.h>
+#include <limits.h>
 #include <poll.h>
+#include <stdlib.h>
 #include <string.h>
 #include <time.h>
 
-static constexpr int64_t ANSWER_WAIT_MS = 120000;  // a server that says nothing for so long is a dead one
+#include "nlib/config.h"
 
 PostgresqlEngine *PostgresqlEngineOf(NuboDbConnection *connection)
 {
@@ -27,9 +29,12 @@ static std::string FirstLine(const char *message)
     return std::string(message, strcspn(message, "\n"));
 }
 
-// The failures of a statement itself, which would fail again on a sound server: data, constraints, names, syntax.
+// The failures of a statement itself, which would fail again on a sound server: data, constraints, names, syntax. A
+// table that is not there or not ours belongs to the server's state, which somebody will put right.
 static bool IsStatementFault(const std::string &state)
 {
+    if (state == "42501" || state == "42P01")
+        return false;
     return state.starts_with("22") || state.starts_with("23") || state.starts_with("42") || state == "0A000";
 }
 
@@ -52,16 +57,19 @@ int PostgresqlFail(NuboDbConnection *connection, const char *what, const PGresul
     if (PQstatus(engine->link) != CONNECTION_OK || state.empty() || IsMendedByReconnecting(state))
         engine->broken = true;
     connection->statement_fault = !engine->broken && IsStatementFault(state);
+    engine->conflict = state.starts_with("40");
     return -1;
 }
 
 // 1: there is something to read; 0: not in time; -1: failed.
 static int AnswerWait(PGconn *link)
 {
-    int64_t end = NowMs() + ANSWER_WAIT_MS;
-    for (int64_t left = ANSWER_WAIT_MS; left > 0; left = end - NowMs()) {
+    int seconds = atoi(PlatformSetting("database_answer_wait"));
+    int64_t wait = 1000 * static_cast<int64_t>(seconds > 0 ? seconds : 1);
+    int64_t end = NowMs() + wait;
+    for (int64_t left = wait; left > 0; left = end - NowMs()) {
         struct pollfd wanted = {PQsocket(link), POLLIN, 0};
-        int count = poll(&wanted, 1, static_cast<int>(left));
+        int count = poll(&wanted, 1, static_cast<int>(left < INT_MAX ? left : INT_MAX));
         if (count > 0)
             return 1;
         if (count < 0 && errno != EINTR)
@@ -121,17 +129,21 @@ static bool PostgresqlCurrent(NuboDbConnection *connection)
     return PQconsumeInput(PostgresqlEngineOf(connection)->link) && PostgresqlUsable(connection);
 }
 
-// A commit that waits for the disk takes everything before it along. Only one that wrote something does wait, hence
-// the transaction number.
+// A commit that waits for the disk takes everything before it along. Only one that wrote something does wait; a
+// transaction number alone does not make it.
 static int PostgresqlSync(NuboDbConnection *connection)
 {
-    static constexpr char FLUSH[] = "begin; set local synchronous_commit = on; select txid_current(); commit";
+    static constexpr char FLUSH[] =
+        "begin; set local synchronous_commit = on; update schema_version set version = version; commit";
     PostgresqlEngine *engine = PostgresqlEngineOf(connection);
     if (!engine->unsynced)
         return 0;
     PGresult *result = PostgresqlPlainRun(connection, FLUSH);
-    if (!result)
+    if (!result) {
+        engine->broken = true;  // the transaction may still be open
+        connection->statement_fault = false;
         return -1;
+    }
     PQclear(result);
     engine->unsynced = false;
     return 0;

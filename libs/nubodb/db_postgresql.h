@@ -21,6 +21,7 @@ struct PostgresqlEngine {
     size_t statement_number;
     bool broken;    // the connection must not be used any more
     bool unsynced;  // something was written since the last sync
+    bool conflict;  // the last failure was one between two transactions: the statement is to be tried again
 };
 
 PostgresqlEngine *PostgresqlEngineOf(NuboDbConnection *connection);

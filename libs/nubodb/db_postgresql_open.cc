@@ -58,6 +58,11 @@ static bool IsReadableByAll(const char *file)
     return stat(file, &status) == 0 && (status.st_mode & S_IROTH);
 }
 
+static bool IsSecret(const char *keyword)
+{
+    return !strcmp(keyword, "password") || !strcmp(keyword, "sslpassword");
+}
+
 // Understood, and without a password that everybody can read?
 static int ConnectionStringCheck(NuboDbConnection *connection, const char *text)
 {
@@ -71,7 +76,7 @@ static int ConnectionStringCheck(NuboDbConnection *connection, const char *text)
     }
     bool has_password = false;
     for (const PQconninfoOption *option = options; option->keyword; option++)
-        has_password = has_password || (!strcmp(option->keyword, "password") && option->val && *option->val);
+        has_password = has_password || (IsSecret(option->keyword) && option->val && *option->val);
     PQconninfoFree(options);
     const char *file = PlatformSettingsFile();
     if (has_password && IsReadableByAll(file))
@@ -123,7 +128,7 @@ int PostgresqlOpen(NuboDbConnection *connection)
     if (BoxNameCheck(connection) < 0 || ConnectionStringCheck(connection, target) < 0)
         return -1;
     // What a process before this one wrote may not be durable yet.
-    connection->engine = new PostgresqlEngine{Connect(target), {}, {}, 0, false, true};
+    connection->engine = new PostgresqlEngine{Connect(target), {}, {}, 0, false, true, false};
     PostgresqlEngine *engine = PostgresqlEngineOf(connection);
     int result = 0;
     if (PQstatus(engine->link) != CONNECTION_OK) {

@@ -11,6 +11,7 @@
 static constexpr Oid TYPE_BYTEA = 17;
 static constexpr Oid TYPE_FLOAT8 = 701;
 static constexpr size_t COMPOSED_KEPT_MAX = 64;
+static constexpr int CONFLICTS_MAX = 5;
 
 // --- preparing
 
@@ -229,7 +230,8 @@ static int64_t ComposedRun(NuboDbConnection *connection, const char *sql, NuboDb
     return prepared ? PreparedRun(connection, *prepared, sql, values.data(), values.size(), result) : -1;
 }
 
-int64_t PostgresqlRun(NuboDbConnection *connection, const DbStatementText &statement, NuboDbResult *result)
+static int64_t StatementRun(NuboDbConnection *connection, const DbStatementText &statement,
+                            NuboDbResult *result)
 {
     if (statement.composed)
         return ComposedRun(connection, statement.sql, result);
@@ -237,4 +239,19 @@ int64_t PostgresqlRun(NuboDbConnection *connection, const DbStatementText &state
     if (!prepared)
         return -1;
     return PreparedRun(connection, *prepared, statement.sql, statement.values, statement.value_count, result);
+}
+
+// Where a server lets one of two transactions fail that met, the statement is simply made again; a transaction of
+// several cannot be.
+int64_t PostgresqlRun(NuboDbConnection *connection, const DbStatementText &statement, NuboDbResult *result)
+{
+    PostgresqlEngine *engine = PostgresqlEngineOf(connection);
+    int64_t changed = -1;
+    for (int attempt = 0; attempt < CONFLICTS_MAX; attempt++) {
+        engine->conflict = false;
+        changed = StatementRun(connection, statement, result);
+        if (changed >= 0 || !engine->conflict || connection->in_transaction)
+            break;
+    }
+    return changed;
 }

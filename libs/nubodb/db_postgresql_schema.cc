@@ -38,10 +38,31 @@ static int VersionNow(NuboDbConnection *connection)
     return found > 0 ? VersionRead(connection, ("select version from " + table).c_str()) : found;
 }
 
-static int StepsApply(NuboDbConnection *connection)
+// A schema that somebody made for the box is used as it is: making one takes a right that the box need not have.
+static int SchemaMake(NuboDbConnection *connection)
 {
     std::string schema = PostgresqlSchemaName(connection->name);
-    if (PlainDo(connection, "begin") < 0 || PlainDo(connection, "create schema if not exists " + schema) < 0 ||
+    std::string there = "select 1 from pg_catalog.pg_namespace where nspname = '" + schema + "'";
+    int found = VersionRead(connection, there.c_str());
+    return found != 0 ? found : PlainDo(connection, "create schema if not exists " + schema);
+}
+
+// The words of a step would fill a page of the log.
+static int StepApply(NuboDbConnection *connection, const SchemaStep &step)
+{
+    std::string set_version = "update schema_version set version = " + std::to_string(step.version);
+    if (PlainDo(connection, step.sql) == 0 && PlainDo(connection, set_version) == 0)
+        return 0;
+    size_t message = connection->error.rfind(": ERROR:");
+    std::string reason =
+        message == std::string::npos ? connection->error : connection->error.substr(message + 2);
+    connection->error = "version " + std::to_string(step.version) + ": " + reason;
+    return -1;
+}
+
+static int StepsApply(NuboDbConnection *connection)
+{
+    if (PlainDo(connection, "begin") < 0 || SchemaMake(connection) < 0 ||
         PlainDo(connection, "create table if not exists schema_version (version integer not null, only_row "
                             "boolean primary key default true check (only_row))") < 0 ||
         PlainDo(connection, "insert into schema_version (version) values (0) on conflict do nothing") < 0)
@@ -52,8 +73,7 @@ static int StepsApply(NuboDbConnection *connection)
         if (strcmp(step.engine, DB_POSTGRESQL.name) != 0 || step.database != connection->name ||
             step.version <= version)
             continue;
-        std::string set_version = "update schema_version set version = " + std::to_string(step.version);
-        if (PlainDo(connection, step.sql) < 0 || PlainDo(connection, set_version) < 0)
+        if (StepApply(connection, step) < 0)
             return -1;
     }
     return version < 0 ? -1 : PlainDo(connection, "commit");
@@ -65,6 +85,8 @@ int PostgresqlSchemaUpdate(NuboDbConnection *connection)
     int newest = SchemaNewestVersion(DB_POSTGRESQL.name, connection->name);
     for (int attempt = 0; attempt < ATTEMPTS; attempt++) {
         int version = VersionNow(connection);
+        if (attempt == 0)
+            connection->version_found = version;
         if (version == newest)
             return 0;
         if (version > newest)

@@ -133,6 +133,7 @@ int SqliteSchemaUpdate(NuboDbConnection *connection)
     int version = IntegerQuery(db, "pragma user_version");
     if (version < 0)
         return SqliteFail(connection, "schema version");
+    connection->version_found = version;
     if (SchemaVersionCheck(DB_SQLITE.name, connection->name, version, &connection->error) < 0)
         return -1;
     for (int i = 0; i < SCHEMA_STEP_COUNT; i++) {

@@ -8,17 +8,23 @@
 #pragma GCC visibility push(default)
 
 // Notes a change: "f" and the path of a file or folder, "s" and the path of a folder with all below it, or a request
-// that makes everything good ("R:photo"). Known ones are not noted twice.
+// that makes everything good ("R:photo"). Before that one come the renames of the batch in hand: a row knows more than
+// the file that it is about, and must move before a pass over the share takes it for one too many. Known ones are not
+// noted twice in a batch.
 void MissedNote(const std::string &change);
+
+// A new batch: whatever was noted before may have been queued, by whoever.
+void MissedBatchBegin();
 
 // How many changes wait, those of other processes included.
 size_t MissedCount();
 
-// Tries again to write down what could only be kept in memory.
+// Puts what was noted on stable storage; tries again to write down what could only be kept in memory, and queues it where
+// that fails.
 void MissedFlush();
 
 // Puts a request for each change at the end of the indexing queue, and forgets them. The number of requests; -1 with
-// a message in the system log, and everything is kept.
+// a message in the system log, and everything is kept. Several processes may do that at the same time.
 int MissedQueue();
 
 #pragma GCC visibility pop

@@ -1,12 +1,15 @@
 // The photo database's operations.
 #include <stdlib.h>
 #include <string.h>
+#include <strings.h>
 #include <syslog.h>
 
 #include <string>
 
 #include "nubodb/database.h"
+#include "nubodb/missed.h"
 #include "photodb/exported.h"
+#include "photodb/given_text.h"
 
 static constexpr size_t PATH_SIZE = sizeof PhotoInfoRecord::path;
 
@@ -21,7 +24,10 @@ NuboDbHandle *PhotoInfoDBOpen(int table, const char *columns, const char *condit
 {
     if (table < 0 || table >= static_cast<int>(sizeof TABLES / sizeof TABLES[0]))
         return nullptr;
-    return DbQuery(DB_PHOTO, TABLES[table], columns, condition, order, limit);
+    NuboDbHandle *handle = DbQuery(DB_PHOTO, TABLES[table], columns, condition, order, limit);
+    if (!handle)
+        DbUnread(DB_PHOTO, RESYNCHRONISATION);
+    return handle;
 }
 
 void PhotoInfoDBClose(NuboDbHandle *handle)
@@ -29,8 +35,42 @@ void PhotoInfoDBClose(NuboDbHandle *handle)
     DbHandleClose(handle);
 }
 
+// A pass sets every mark back, marks what it sees, and removes the rest. When the database failed in between, what has
+// no mark may still be there, and an album's rights or a photo's title would go with its row for good.
+struct SweepGuard {
+    const char *what;
+    int64_t troubles_at_reset;  // -1: no pass of this process
+};
+static SweepGuard photo_sweep = {"photos", -1};
+static SweepGuard album_sweep = {"albums", -1};
+
+static void SweepBegin(SweepGuard *guard)
+{
+    guard->troubles_at_reset = DbTroubles(DB_PHOTO);
+}
+
+// May rows without a mark be removed? If not, another pass is asked for.
+static bool IsSweepSafe(const SweepGuard &guard)
+{
+    if (guard.troubles_at_reset < 0 || guard.troubles_at_reset == DbTroubles(DB_PHOTO))
+        return true;
+    syslog(LOG_NOTICE, "photodb: the database failed while %s were marked; none is removed", guard.what);
+    MissedNote(RESYNCHRONISATION);
+    return false;
+}
+
+static bool BeginsWith(const char *sql, const char *begin)
+{
+    return sql && strncasecmp(sql, begin, strlen(begin)) == 0;
+}
+
 int PhotoDBExec(const char *sql)
 {
+    bool is_sweep = BeginsWith(sql, "delete from photo_share where updated");
+    if (is_sweep && !IsSweepSafe(album_sweep))
+        return -1;
+    if (BeginsWith(sql, "update photo_share set updated = '0'"))
+        SweepBegin(&album_sweep);
     int64_t changed = DbChanged(DB_PHOTO, RESYNCHRONISATION, DbExecute(DbOpen(DB_PHOTO), sql, nullptr));
     return changed > INT32_MAX ? INT32_MAX : static_cast<int>(changed);
 }
@@ -216,7 +256,11 @@ int PhotoInfoDBSave(const PhotoInfoRecord *record, int)
         DbText(name_title.c_str()),
     };
     int64_t changed = DbRun(DbOpen(DB_PHOTO), SAVE, values, sizeof values / sizeof values[0]);
-    return DbChanged(DB_PHOTO, std::string("f") + record->path, changed) < 0 ? -1 : 0;
+    if (DbChanged(DB_PHOTO, std::string("f") + record->path, changed) >= 0)
+        return 0;
+    GivenTextRestore(record->path, "NUBOPHOTO:TITLE", record->title, name_title);
+    GivenTextRestore(record->path, "NUBOPHOTO:DESC", record->description, "");
+    return -1;
 }
 
 int PhotoInfoDBDelete(const char *path)
@@ -243,12 +287,15 @@ int PhotoInfoDBDirDelete(const char *dir)
 
 int NUBOPhotoInitAllRows(void)
 {
+    SweepBegin(&photo_sweep);
     int64_t changed = DbRun(DbOpen(DB_PHOTO), "update photo set updated = 0 where updated <> 0");
     return DbChanged(DB_PHOTO, RESYNCHRONISATION, changed) < 0 ? -1 : 0;
 }
 
 int NUBOPhotoDeleteNoUpdateRows(void)
 {
+    if (!IsSweepSafe(photo_sweep))
+        return -1;
     int64_t changed = DbRun(DbOpen(DB_PHOTO), "delete from photo where updated = 0");
     return DbChanged(DB_PHOTO, RESYNCHRONISATION, changed) < 0 ? -1 : 0;
 }

@@ -25,7 +25,9 @@ class FreshStart : public testing::EmptyTestEventListener
     {
         ScratchReset();
         MakeFolder(Scratch("/state"));
-        WriteFile(Scratch("/etc/platform.conf"), "state_dir = " + Scratch("/state") + "\n" + EngineSettings());
+        WriteFile(Scratch("/etc/platform.conf"), "state_dir = " + Scratch("/state") +
+                                                     "\nqueue = " + Scratch("/var/spool/nubo_indexing_queue") +
+                                                     "\n" + EngineSettings());
         PlatformSettingsLoad(Scratch("/etc/platform.conf").c_str());
     }
 };
