@@ -17,6 +17,8 @@ void RemoveCommandDefine(CLI::App &app, CommandRun &chosen);
 void RenameCommandDefine(CLI::App &app, CommandRun &chosen);
 void RebuildCommandDefine(CLI::App &app, CommandRun &chosen);
 void RefreshCommandDefine(CLI::App &app, CommandRun &chosen);
+void SyncCommandDefine(CLI::App &app, CommandRun &chosen);
+void CheckCommandDefine(CLI::App &app, CommandRun &chosen);
 void TruncateCommandDefine(CLI::App &app, CommandRun &chosen);
 void TitleCommandDefine(CLI::App &app, CommandRun &chosen);
 void DescribeCommandDefine(CLI::App &app, CommandRun &chosen);

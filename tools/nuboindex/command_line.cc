@@ -26,6 +26,8 @@ static void CommandsDefine(CLI::App &app, CommandRun &chosen)
     RenameCommandDefine(app, chosen);
     RebuildCommandDefine(app, chosen);
     RefreshCommandDefine(app, chosen);
+    SyncCommandDefine(app, chosen);
+    CheckCommandDefine(app, chosen);
     TruncateCommandDefine(app, chosen);
     TitleCommandDefine(app, chosen);
     DescribeCommandDefine(app, chosen);

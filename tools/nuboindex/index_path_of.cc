@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "common/paths.h"
+#include "paths_below.h"
 
 static std::string CurrentFolder()
 {
@@ -57,11 +58,6 @@ static std::string Cleaned(const std::string &absolute)
             path += "/" + piece;
     }
     return path;
-}
-
-static bool IsAtOrBelow(const std::string &path, const std::string &folder)
-{
-    return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
 }
 
 static std::string LinkTarget(const char *link)
