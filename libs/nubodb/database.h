@@ -7,6 +7,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 #include "nubodb/exported.h"
 
@@ -88,6 +89,14 @@ int64_t DbTroubles(DbName name);
 // Makes the database and whatever it lives in, and brings its schema up to date. 0 with what was done; -1 with the
 // reason.
 int DbSetUp(DbName name, std::string *report);
+
+// The boxes that keep their databases where this one does, ordered by name; it is among them once it has a database.
+// 0 or -1, with the connections closed in any case.
+int DbBoxes(std::vector<std::string> *boxes);
+
+// From now on everything is read from the databases of another box; "" goes back to this one. Nothing of that box can be
+// changed, and what has another version of the schema is not opened.
+void DbBoxSelect(const std::string &box);
 
 // Engine and version of an open database's schema, for people.
 std::string DbSchemaText(DbName name);

@@ -355,6 +355,32 @@ void DbClose()
     wait_left_ms = 0;
 }
 
+// --- boxes
+
+static std::string other_box;
+
+const char *DbOtherBox()
+{
+    return other_box.empty() ? nullptr : other_box.c_str();
+}
+
+void DbBoxSelect(const std::string &box)
+{
+    DbClose();
+    other_box = box == PlatformSetting("box") ? "" : box;
+}
+
+int DbBoxes(std::vector<std::string> *boxes)
+{
+    NuboDbConnection *connection = &connections[DB_MEDIA];
+    ConnectionClose(connection);
+    connection->driver = DriverConfigured(&connection->error);
+    if (connection->driver && connection->driver->boxes(connection, boxes) == 0)
+        return 0;
+    FailureLog(connection, "the boxes cannot be listed");
+    return -1;
+}
+
 // --- batches
 
 static constexpr size_t UNSYNCED_MAX = 10000;

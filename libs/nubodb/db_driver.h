@@ -57,6 +57,10 @@ struct DbDriver {
     int (*sync)(NuboDbConnection *connection);  // 0; -1 with connection->error set
     int (*vacuum)(NuboDbConnection *connection);
 
+    // The boxes whose databases can be reached this way, ordered by name. The connection is closed before and after; no
+    // database is made. 0; -1 with connection->error set.
+    int (*boxes)(NuboDbConnection *connection, std::vector<std::string> *boxes);
+
     const char *begin;  // starts a transaction that is going to write
 
     // For the inside of a '...' literal; at most 2 x length + 1 bytes. 0 or -1.
@@ -65,6 +69,9 @@ struct DbDriver {
     // A process of its own: its death takes changes that were not synced, and an attempt to reach it takes time.
     bool is_server;
 };
+
+// The box that DbBoxSelect chose; null for this one.
+const char *DbOtherBox();
 
 extern const DbDriver DB_SQLITE;
 extern const DbDriver DB_POSTGRESQL;

@@ -168,6 +168,17 @@ static int PostgresqlEscape(char *dst, const char *src, size_t length)
 }
 
 const DbDriver DB_POSTGRESQL = {
-    "postgresql",      PostgresqlOpen, PostgresqlSetUp,  PostgresqlClose, PostgresqlRun,    PostgresqlUsable,
-    PostgresqlCurrent, PostgresqlSync, PostgresqlVacuum, "begin",         PostgresqlEscape, true,
+    "postgresql",
+    PostgresqlOpen,
+    PostgresqlSetUp,
+    PostgresqlClose,
+    PostgresqlRun,
+    PostgresqlUsable,
+    PostgresqlCurrent,
+    PostgresqlSync,
+    PostgresqlVacuum,
+    PostgresqlBoxes,
+    "begin",
+    PostgresqlEscape,
+    true,
 };

@@ -36,6 +36,9 @@ void PostgresqlClose(NuboDbConnection *connection);
 // Brings the schema to its newest version; refuses a newer one. 0; -1 with the error set.
 int PostgresqlSchemaUpdate(NuboDbConnection *connection);
 
+// The boxes that keep a media database on the server, by name. 0; -1 with the error set.
+int PostgresqlBoxes(NuboDbConnection *connection, std::vector<std::string> *boxes);
+
 // The schema of this box that holds a database: "nubo_media".
 std::string PostgresqlSchemaName(DbName name);
 

@@ -28,9 +28,15 @@ static const char *const KEYWORDS[] = {
     "client_encoding",  "fallback_application_name", nullptr,
 };
 
+static std::string BoxName()
+{
+    const char *other = DbOtherBox();
+    return other ? other : PlatformSetting("box");
+}
+
 std::string PostgresqlSchemaName(DbName name)
 {
-    return std::string(PlatformSetting("box")) + SCHEMA_ENDS[name];
+    return BoxName() + SCHEMA_ENDS[name];
 }
 
 static int Refuse(NuboDbConnection *connection, const std::string &reason)
@@ -43,7 +49,7 @@ static int Refuse(NuboDbConnection *connection, const std::string &reason)
 // A box's name is part of a schema's name: lower case, so that it needs no quotes anywhere.
 static int BoxNameCheck(NuboDbConnection *connection)
 {
-    std::string box = PlatformSetting("box");
+    std::string box = BoxName();
     bool is_good = !box.empty() && box.size() <= BOX_NAME_MAX && box[0] >= 'a' && box[0] <= 'z' &&
                    box.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_") == box.npos;
     return is_good ? 0
@@ -109,10 +115,11 @@ static int EncodingCheck(NuboDbConnection *connection, PGconn *link)
 static int LinkPrepare(NuboDbConnection *connection)
 {
     PostgresqlEngine *engine = PostgresqlEngineOf(connection);
-    PQsetNoticeReceiver(engine->link, Silent, nullptr);
     if (EncodingCheck(connection, engine->link) < 0)
         return -1;
     std::string settings = SETTINGS + PostgresqlSchemaName(connection->name);
+    if (DbOtherBox())
+        settings += "; set default_transaction_read_only = on";
     PGresult *result = PostgresqlPlainRun(connection, settings.c_str());
     if (!result) {
         connection->unreachable = engine->broken;
@@ -122,7 +129,7 @@ static int LinkPrepare(NuboDbConnection *connection)
     return PostgresqlSchemaUpdate(connection);
 }
 
-int PostgresqlOpen(NuboDbConnection *connection)
+static int LinkOpen(NuboDbConnection *connection)
 {
     const char *target = PlatformSetting("database");
     if (BoxNameCheck(connection) < 0 || ConnectionStringCheck(connection, target) < 0)
@@ -130,13 +137,20 @@ int PostgresqlOpen(NuboDbConnection *connection)
     // What a process before this one wrote may not be durable yet.
     connection->engine = new PostgresqlEngine{Connect(target), {}, {}, 0, false, true, false};
     PostgresqlEngine *engine = PostgresqlEngineOf(connection);
-    int result = 0;
-    if (PQstatus(engine->link) != CONNECTION_OK) {
-        result = PostgresqlFail(connection, "no connection", nullptr);
-        connection->unreachable = true;
-    } else {
-        result = LinkPrepare(connection);
-    }
+    PQsetNoticeReceiver(engine->link, Silent, nullptr);
+    if (PQstatus(engine->link) == CONNECTION_OK)
+        return 0;
+    (void)PostgresqlFail(connection, "no connection", nullptr);
+    connection->unreachable = true;
+    PostgresqlClose(connection);
+    return -1;
+}
+
+int PostgresqlOpen(NuboDbConnection *connection)
+{
+    if (LinkOpen(connection) < 0)
+        return -1;
+    int result = LinkPrepare(connection);
     if (result < 0)
         PostgresqlClose(connection);
     return result;
@@ -148,6 +162,23 @@ void PostgresqlClose(NuboDbConnection *connection)
     PQfinish(engine->link);
     delete engine;
     connection->engine = nullptr;
+}
+
+int PostgresqlBoxes(NuboDbConnection *connection, std::vector<std::string> *boxes)
+{
+    static constexpr char SQL[] =
+        "select n.nspname from pg_catalog.pg_namespace n join pg_catalog.pg_class c on c.relnamespace = n.oid "
+        "where n.nspname like '%\\_media' and c.relname = 'schema_version' order by n.nspname collate \"C\"";
+    if (LinkOpen(connection) < 0)
+        return -1;
+    PGresult *result = PostgresqlPlainRun(connection, SQL);
+    for (int i = 0; result && i < PQntuples(result); i++) {
+        std::string schema = PQgetvalue(result, i, 0);
+        boxes->push_back(schema.substr(0, schema.rfind('_')));
+    }
+    PQclear(result);
+    PostgresqlClose(connection);
+    return result ? 0 : -1;
 }
 
 // --- set-up

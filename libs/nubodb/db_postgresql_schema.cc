@@ -68,15 +68,14 @@ static int StepsApply(NuboDbConnection *connection)
         PlainDo(connection, "insert into schema_version (version) values (0) on conflict do nothing") < 0)
         return -1;
     int version = VersionRead(connection, "select version from schema_version for update");
-    for (int i = 0; i < SCHEMA_STEP_COUNT && version >= 0; i++) {
-        const SchemaStep &step = SCHEMA_STEPS[i];
-        if (strcmp(step.engine, DB_POSTGRESQL.name) != 0 || step.database != connection->name ||
-            step.version <= version)
-            continue;
-        if (StepApply(connection, step) < 0)
+    if (version < 0)
+        return -1;
+    for (const SchemaStep &step : SchemaSteps()) {
+        bool is_ours = !strcmp(step.engine, DB_POSTGRESQL.name) && step.database == connection->name;
+        if (is_ours && step.version > version && StepApply(connection, step) < 0)
             return -1;
     }
-    return version < 0 ? -1 : PlainDo(connection, "commit");
+    return PlainDo(connection, "commit");
 }
 
 int PostgresqlSchemaUpdate(NuboDbConnection *connection)
@@ -89,8 +88,9 @@ int PostgresqlSchemaUpdate(NuboDbConnection *connection)
             connection->version_found = version;
         if (version == newest)
             return 0;
-        if (version > newest)
-            return SchemaVersionCheck(DB_POSTGRESQL.name, connection->name, version, &connection->error);
+        if (version >= 0 &&
+            SchemaVersionCheck(DB_POSTGRESQL.name, connection->name, version, &connection->error) < 0)
+            return -1;
         if (version >= 0 && StepsApply(connection) == 0)
             return 0;
         std::string error = connection->error;

@@ -4,6 +4,8 @@
 
 #include <string.h>
 
+#include "nlib/config.h"
+
 SqliteEngine *SqliteEngineOf(NuboDbConnection *connection)
 {
     return static_cast<SqliteEngine *>(connection->engine);
@@ -96,6 +98,13 @@ static int SqliteVacuum(NuboDbConnection *connection)
     return 0;
 }
 
+// The files are those of this box alone.
+static int SqliteBoxes(NuboDbConnection *, std::vector<std::string> *boxes)
+{
+    boxes->push_back(PlatformSetting("box"));
+    return 0;
+}
+
 static int SqliteEscape(char *dst, const char *src, size_t length)
 {
     for (size_t i = 0; i < length; i++) {
@@ -108,6 +117,6 @@ static int SqliteEscape(char *dst, const char *src, size_t length)
 }
 
 const DbDriver DB_SQLITE = {
-    "sqlite",      SqliteOpen, SqliteOpen,   SqliteClose,       SqliteRun,    SqliteUsable,
-    SqliteCurrent, SqliteSync, SqliteVacuum, "begin immediate", SqliteEscape, false,
+    "sqlite",   SqliteOpen,   SqliteOpen,  SqliteClose,       SqliteRun,    SqliteUsable, SqliteCurrent,
+    SqliteSync, SqliteVacuum, SqliteBoxes, "begin immediate", SqliteEscape, false,
 };

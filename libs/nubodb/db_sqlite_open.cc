@@ -136,8 +136,7 @@ int SqliteSchemaUpdate(NuboDbConnection *connection)
     connection->version_found = version;
     if (SchemaVersionCheck(DB_SQLITE.name, connection->name, version, &connection->error) < 0)
         return -1;
-    for (int i = 0; i < SCHEMA_STEP_COUNT; i++) {
-        const SchemaStep &step = SCHEMA_STEPS[i];
+    for (const SchemaStep &step : SchemaSteps()) {
         bool is_ours = !strcmp(step.engine, DB_SQLITE.name) && step.database == connection->name;
         if (is_ours && step.version > version && StepApply(db, step) < 0)
             return SqliteFail(connection, "schema");

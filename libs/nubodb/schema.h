@@ -1,6 +1,8 @@
 // The schema files, built into the library.
 #pragma once
 
+#include <span>
+
 #include "nubodb/database.h"
 
 struct SchemaStep {
@@ -10,11 +12,12 @@ struct SchemaStep {
     const char *sql;  // several statements
 };
 
-extern const SchemaStep SCHEMA_STEPS[];
-extern const int SCHEMA_STEP_COUNT;
+// Of all engines and databases; those of one follow each other.
+std::span<const SchemaStep> SchemaSteps();
 
 // The newest version that this program knows.
 int SchemaNewestVersion(const char *engine, DbName database);
 
-// Is a database of this version one that this program can bring up to date? -1 with the reason in `error`.
+// Is a database of this version one that this program can bring up to date, or, where it may only read, one that is? -1
+// with the reason in `error`.
 int SchemaVersionCheck(const char *engine, DbName database, int version, std::string *error);

@@ -1,13 +1,13 @@
 // Which versions of the schema there are.
 #include <string.h>
 
+#include "nubodb/db_driver.h"
 #include "nubodb/schema.h"
 
 int SchemaNewestVersion(const char *engine, DbName database)
 {
     int newest = 0;
-    for (int i = 0; i < SCHEMA_STEP_COUNT; i++) {
-        const SchemaStep &step = SCHEMA_STEPS[i];
+    for (const SchemaStep &step : SchemaSteps()) {
         if (!strcmp(step.engine, engine) && step.database == database && step.version > newest)
             newest = step.version;
     }
@@ -17,9 +17,13 @@ int SchemaNewestVersion(const char *engine, DbName database)
 int SchemaVersionCheck(const char *engine, DbName database, int version, std::string *error)
 {
     int newest = SchemaNewestVersion(engine, database);
-    if (version <= newest)
+    if (version == newest || (version < newest && !DbOtherBox()))
         return 0;
-    *error = "its schema has version " + std::to_string(version) + ", newer than " + std::to_string(newest) +
-             ", which this program knows";
+    if (version == 0)
+        *error = "it is not there";
+    else
+        *error = "its schema has version " + std::to_string(version) + ", " +
+                 (version > newest ? "newer" : "older") + " than " + std::to_string(newest) +
+                 ", which this program knows";
     return -1;
 }
