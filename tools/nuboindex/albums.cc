@@ -5,6 +5,7 @@
 #include <map>
 #include <vector>
 
+#include "boxes.h"
 #include "json_text.h"
 #include "media_rows.h"
 #include "platform/photo_db.h"
@@ -14,6 +15,7 @@ static constexpr int TABLE_ALBUMS = 3;
 static constexpr int TABLE_ACCESS_RIGHTS = 4;
 
 struct Album {
+    std::string box;  // empty where only this one is asked for
     std::string id;
     std::string name;
     std::string cover;
@@ -29,14 +31,14 @@ static bool UsersRead(UsersOfAlbums &users)
                      [&users](const MediaRow &row) { users[row("shareid")].push_back(row("userid")); });
 }
 
-static bool AlbumsRead(std::vector<Album> &albums)
+static bool AlbumsRead(const std::string &box, std::vector<Album> &albums)
 {
     UsersOfAlbums users;
     if (!UsersRead(users))
         return false;
     return RowsVisit(PhotoInfoDBOpen(TABLE_ALBUMS, "*", "", 0, "sharename", 0, 0), [&](const MediaRow &row) {
         std::string id = row("shareid");
-        albums.push_back({id, row("sharename"), row("cover"), row("public") == "t", users[id]});
+        albums.push_back({box, id, row("sharename"), row("cover"), row("public") == "t", users[id]});
     });
 }
 
@@ -48,11 +50,19 @@ static std::string Joined(const std::vector<std::string> &words)
     return text;
 }
 
-static void TablePrint(const std::vector<Album> &albums, const Output &output)
+static void TablePrint(const std::vector<Album> &albums, bool all_boxes, const Output &output)
 {
-    TextTable table(output, {{"ALBUM", false}, {"PUBLIC", false}, {"USERS", false}, {"ID", true}});
-    for (const Album &album : albums)
-        table.Add({album.name, album.is_public ? "yes" : "no", Joined(album.users), album.id});
+    std::vector<TableColumn> heads = {{"ALBUM", false}, {"PUBLIC", false}, {"USERS", false}, {"ID", true}};
+    if (all_boxes)
+        heads.insert(heads.begin(), {"BOX", false});
+    TextTable table(output, heads);
+    for (const Album &album : albums) {
+        std::vector<std::string> cells = {album.name, album.is_public ? "yes" : "no", Joined(album.users),
+                                          album.id};
+        if (all_boxes)
+            cells.insert(cells.begin(), album.box);
+        table.Add(cells);
+    }
     table.Print();
 }
 
@@ -68,17 +78,20 @@ static Json AlbumJson(const Album &album)
         object["users"].push_back(atol(user.c_str()));
     if (!album.cover.empty())
         JsonTextSet(object, "cover", album.cover);
+    if (!album.box.empty())
+        object["box"] = album.box;
     return object;
 }
 
-bool AlbumsPrint(bool as_json, const Output &output)
+bool AlbumsPrint(bool all_boxes, bool as_json, const Output &output)
 {
     std::vector<Album> albums;
-    if (!AlbumsRead(albums))
+    bool read = BoxesRead(all_boxes, output, [&](const std::string &box) { return AlbumsRead(box, albums); });
+    if (!read && !all_boxes)
         return false;
     if (!as_json) {
-        TablePrint(albums, output);
-        return true;
+        TablePrint(albums, all_boxes, output);
+        return read;
     }
     const char *between = "[\n";
     for (const Album &album : albums) {
@@ -86,7 +99,7 @@ bool AlbumsPrint(bool as_json, const Output &output)
         between = ",\n";
     }
     output.out << (albums.empty() ? "[]\n" : "\n]\n");
-    return true;
+    return read;
 }
 
 static std::string Escaped(const std::string &text)

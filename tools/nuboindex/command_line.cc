@@ -36,6 +36,8 @@ static void CommandsDefine(CLI::App &app, CommandRun &chosen)
     ListCommandDefine(app, chosen);
     ShowCommandDefine(app, chosen);
     FailuresCommandDefine(app, chosen);
+    RetryCommandDefine(app, chosen);
+    SetupCommandDefine(app, chosen);
 }
 
 // The parser gives some names a meaning of their own: "[a,b]" is a list, "++" ends a sub-command, and "--" does not

@@ -1,5 +1,6 @@
 // nuboindex list: the rows of one kind.
 #include "albums.h"
+#include "boxes.h"
 #include "command.h"
 #include "json_text.h"
 #include "media_fields.h"
@@ -65,44 +66,57 @@ static std::vector<ListColumn> ColumnsFor(const std::string &kind)
     return {path};
 }
 
-static bool TablePrint(const MediaKindName &kind, const Output &output)
+static bool TablePrint(const MediaKindName &kind, bool all_boxes, const Output &output)
 {
     std::vector<ListColumn> columns = ColumnsFor(kind.name);
     std::vector<TableColumn> heads;
+    if (all_boxes)
+        heads.push_back({"BOX", false});
     for (const ListColumn &column : columns)
         heads.push_back(column.head);
     TextTable table(output, heads);
-    bool read = MediaRowsVisit(kind.kind, "", [&](const MediaRow &row) {
-        std::vector<std::string> cells;
-        for (const ListColumn &column : columns)
-            cells.push_back(column.text(row));
-        table.Add(cells);
+    bool read = BoxesRead(all_boxes, output, [&](const std::string &box) {
+        return MediaRowsVisit(kind.kind, "", [&](const MediaRow &row) {
+            std::vector<std::string> cells;
+            if (all_boxes)
+                cells.push_back(box);
+            for (const ListColumn &column : columns)
+                cells.push_back(column.text(row));
+            table.Add(cells);
+        });
     });
     table.Print();
     return read;
 }
 
 // An array with one row a line, so that a large list is never held as a whole.
-static bool JsonPrint(const MediaKindName &kind, const Output &output)
+static bool JsonPrint(const MediaKindName &kind, bool all_boxes, const Output &output)
 {
     const char *between = "[\n";
-    bool read = MediaRowsVisit(kind.kind, "", [&](const MediaRow &row) {
-        output.out << between << JsonDump(RowJson(kind.name, row), output, -1);
-        between = ",\n";
+    bool read = BoxesRead(all_boxes, output, [&](const std::string &box) {
+        return MediaRowsVisit(kind.kind, "", [&](const MediaRow &row) {
+            Json object = RowJson(kind.name, row);
+            if (all_boxes)
+                object["box"] = box;
+            output.out << between << JsonDump(object, output, -1);
+            between = ",\n";
+        });
     });
-    if (read)
-        output.out << (between[0] == '[' ? "[]\n" : "\n]\n");
+    if (between[0] != '[')
+        output.out << "\n]\n";
+    else if (read || all_boxes)
+        output.out << "[]\n";
     return read;
 }
 
-static int ListRun(const std::string &name, bool as_json, const Output &output)
+static int ListRun(const std::string &name, bool all_boxes, bool as_json, const Output &output)
 {
     if (name == "albums")
-        return AlbumsPrint(as_json, output) ? TOOL_OK : Complain(output, PHOTO_DATABASE_UNREADABLE);
+        return AlbumsPrint(all_boxes, as_json, output) ? TOOL_OK : Complain(output, PHOTO_DATABASE_UNREADABLE);
     for (const MediaKindName &kind : MEDIA_KINDS) {
         if (name != kind.name)
             continue;
-        if (as_json ? JsonPrint(kind, output) : TablePrint(kind, output))
+        if (as_json ? JsonPrint(kind, all_boxes, output) : TablePrint(kind, all_boxes, output))
             return TOOL_OK;
     }
     return Complain(output, MEDIA_DATABASE_UNREADABLE);
@@ -116,10 +130,13 @@ void ListCommandDefine(CLI::App &app, CommandRun &chosen)
     CLI::Option *kind =
         command->add_option("KIND")->description("music, video, photo, playlist, directory or albums");
     kind->required()->check(CLI::IsMember({"music", "video", "photo", "playlist", "directory", "albums"}));
+    CLI::Option *all_boxes =
+        command->add_flag("--all-boxes")
+            ->description("the rows of all boxes on the same server, each with its box's name");
     CLI::Option *json = JsonOptionDefine(*command);
-    command->callback([&chosen, kind, json] {
-        chosen = [kind, as_json = json->count() > 0](const Output &output) {
-            return ListRun(kind->results().front(), as_json, output);
+    command->callback([&chosen, kind, all_boxes, json] {
+        chosen = [kind, all = all_boxes->count() > 0, as_json = json->count() > 0](const Output &output) {
+            return ListRun(kind->results().front(), all, as_json, output);
         };
     });
 }

@@ -5,7 +5,7 @@
 #include "daemon_process.h"
 #include "queue_append.h"
 
-static const char *DaemonNote()
+const char *DaemonWake()
 {
     switch (DaemonSignal()) {
     case DAEMON_SIGNALLED:
@@ -28,7 +28,7 @@ int RequestsQueue(const std::vector<std::string> &lines, const Output &output)
         output.out << "queued";
         if (lines.size() > 1)
             output.out << ' ' << queued << " requests";
-        output.out << DaemonNote() << '\n';
+        output.out << DaemonWake() << '\n';
     }
     return queued == lines.size() ? TOOL_OK : Complain(output, reason);
 }

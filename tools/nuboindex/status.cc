@@ -5,6 +5,7 @@
 #include "daemon_process.h"
 #include "json_text.h"
 #include "media_rows.h"
+#include "missed_changes.h"
 #include "platform/media_index.h"
 #include "platform/photo_db.h"
 
@@ -70,7 +71,9 @@ static void TextPrint(const StatusReport &status, const Output &output)
                << (status.pid ? "running, pid " + std::to_string(status.pid) : std::string("not running"))
                << '\n'
                << "queue            " << Number(status.queue_lines) << " waiting\n"
-               << "batch            " << BatchText(status) << "\nrows\n";
+               << "batch            " << BatchText(status) << '\n';
+    MissedChangesPrint(output);
+    output.out << "rows\n";
     for (const StatusRowCount &count : status.counts) {
         std::string label = "  " + count.name;
         label.resize(16, ' ');
@@ -98,6 +101,7 @@ static void JsonPrint(const StatusReport &status, const Output &output)
     object["daemon"] = {{"running", status.pid != 0}, {"pid", NumberJson(status.pid, 1)}};
     object["queue"] = {{"lines", NumberJson(status.queue_lines, 0)}};
     object["batch"] = BatchJson(status.batch);
+    object["missed"] = MissedChangesJson();
     object["rows"] = Json::object();
     for (const StatusRowCount &count : status.counts)
         object["rows"][count.name] = NumberJson(count.rows, 0);
