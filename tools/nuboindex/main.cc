@@ -1,27 +1,11 @@
 // nuboindex: the command through which people and scripts use the indexing daemon.
 #include <locale.h>
 #include <signal.h>
-#include <stdlib.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <iostream>
 
 #include "command.h"
-
-// The variable asks for tables where the output is no terminal, as in a pipe to a pager.
-static int TerminalWidth()
-{
-    static constexpr int WIDTH_UNKNOWN = 80;
-    if (const char *wanted = getenv("NUBOINDEX_WIDTH"); wanted && atoi(wanted) > 0)
-        return atoi(wanted);
-    if (!isatty(STDOUT_FILENO))
-        return 0;
-    struct winsize size = {};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-        return WIDTH_UNKNOWN;
-    return size.ws_col;
-}
+#include "terminal_size.h"
 
 int main(int argc, char **argv)
 {

@@ -6,6 +6,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#include "quantity_text.h"
+
 static double Number(const std::string &value)
 {
     double number = strtod(value.c_str(), nullptr);
@@ -37,10 +39,7 @@ std::string DurationText(const std::string &seconds)
     double number = Number(seconds);
     if (number <= 0 || number > 1e9)
         return "";
-    long total = lround(number);
-    if (total >= 3600)
-        return Formatted("%ld:%02ld:%02ld", total / 3600, total / 60 % 60, total % 60);
-    return Formatted("%ld:%02ld", total / 60, total % 60);
+    return ClockText(number);
 }
 
 static std::string Duration(const std::string &value)
@@ -73,13 +72,9 @@ static std::string Pixels(const std::string &value)
 // An empty file is known to be empty.
 static std::string Bytes(const std::string &value)
 {
-    static constexpr const char *units[] = {"KiB", "MiB", "GiB", "TiB"};
     std::string text = value + " bytes";
-    double size = Number(value) / 1024;
-    size_t unit = 0;
-    for (; size >= 1024 && unit + 1 < std::size(units); unit++)
-        size /= 1024;
-    return size < 1 && unit == 0 ? text : text + Formatted(" (%.1f %s)", size, units[unit]);
+    int64_t bytes = strtoll(value.c_str(), nullptr, 10);
+    return bytes < 1024 ? text : text + " (" + SizeText(bytes) + ")";
 }
 
 const MediaField MEDIA_FIELDS[25] = {

@@ -6,14 +6,11 @@
 #include <wchar.h>
 #include <wctype.h>
 
-#include <functional>
-
 static constexpr wchar_t UNICODE_MAX = 0x10FFFF;
 static constexpr char HEX_DIGITS[] = "0123456789abcdef";
 
-// Calls `visit` with the bytes of every character; `wide` is WEOF for a byte that belongs to none.
-static void CharactersVisit(std::string_view text,
-                            const std::function<void(std::string_view bytes, wint_t wide)> &visit)
+void CharactersVisit(std::string_view text,
+                     const std::function<void(std::string_view bytes, wint_t wide)> &visit)
 {
     static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     locale_t before = uselocale(utf8);

@@ -1,6 +1,9 @@
 // Any bytes as text: for terminals and lines, and for JSON. File names may hold every byte but NUL.
 #pragma once
 
+#include <wchar.h>
+
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -8,6 +11,10 @@
 // direction marks, bytes that are no UTF-8. A backslash in front of an "x" is escaped too, so that the original
 // can be restored.
 std::string PrintableText(std::string_view text);
+
+// Calls `visit` with the bytes of every character; `wide` is WEOF for a byte that belongs to none.
+void CharactersVisit(std::string_view text,
+                     const std::function<void(std::string_view bytes, wint_t wide)> &visit);
 
 bool IsUtf8(std::string_view text);
 
