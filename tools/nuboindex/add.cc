@@ -38,7 +38,8 @@ static std::optional<std::string> LineFor(const std::string &given, char forced,
     return QueueLine(*letter, *path, reason);
 }
 
-static int AddRun(const std::vector<std::string> &paths, char forced, const Output &output)
+static int AddRun(const std::vector<std::string> &paths, char forced, const RequestWish &wish,
+                  const Output &output)
 {
     std::vector<std::string> lines;
     int status = TOOL_OK;
@@ -50,7 +51,7 @@ static int AddRun(const std::vector<std::string> &paths, char forced, const Outp
         else
             status = Complain(output, "cannot add '" + path + "': " + reason);
     }
-    return RequestsQueue(lines, output) == TOOL_OK ? status : TOOL_FAILED;
+    return RequestsQueue(lines, output, wish) == TOOL_OK ? status : TOOL_FAILED;
 }
 
 void AddCommandDefine(CLI::App &app, CommandRun &chosen)
@@ -65,8 +66,11 @@ void AddCommandDefine(CLI::App &app, CommandRun &chosen)
                             ->description("walk whatever is there when the daemon gets to it (request "
                                           "\"A\"); paths need not exist yet");
     tree->excludes(single);
-    command->callback([&chosen, paths, single, tree] {
+    WaitOptions options = WaitOptionsDefine(*command);
+    command->callback([&chosen, paths, single, tree, options] {
         char forced = single->count() ? SINGLE : tree->count() ? TREE : '\0';
-        chosen = [paths, forced](const Output &output) { return AddRun(paths->results(), forced, output); };
+        chosen = [paths, forced, wish = options.Wish()](const Output &output) {
+            return AddRun(paths->results(), forced, wish, output);
+        };
     });
 }

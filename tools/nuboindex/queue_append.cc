@@ -65,7 +65,8 @@ static QueueWriteResult LineAppend(int *queue, const char *queue_path, const std
     return QUEUE_FAILED;
 }
 
-size_t QueueAppend(const char *queue_path, const std::vector<std::string> &lines, std::string &reason)
+size_t QueueAppend(const char *queue_path, const std::vector<std::string> &lines, std::string &reason,
+                   int *kept)
 {
     int queue = -1;
     size_t appended = 0;
@@ -73,7 +74,9 @@ size_t QueueAppend(const char *queue_path, const std::vector<std::string> &lines
         appended++;
     if (appended < lines.size())
         reason = std::string("cannot append to ") + queue_path + ": " + strerror(errno);
-    if (queue >= 0)
+    if (kept)
+        *kept = queue;
+    else if (queue >= 0)
         close(queue);
     return appended;
 }

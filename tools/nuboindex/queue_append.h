@@ -21,5 +21,7 @@ QueueWriteResult QueueWrite(int queue, const char *queue_path, const std::string
 
 // Appends the lines in order. Each reaches the daemon at least once: a line that was written into a file taken
 // over meanwhile is written again into the new one. Returns the number of lines that are in the queue; when those
-// are not all, `reason` says why.
-size_t QueueAppend(const char *queue_path, const std::vector<std::string> &lines, std::string &reason);
+// are not all, `reason` says why. The file that holds the last of them is left open in `kept` unless that is null;
+// the files of the earlier ones were taken over, and will be executed, before it. -1 when there is none.
+size_t QueueAppend(const char *queue_path, const std::vector<std::string> &lines, std::string &reason,
+                   int *kept = nullptr);

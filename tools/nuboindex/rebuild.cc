@@ -10,8 +10,11 @@ void RebuildCommandDefine(CLI::App &app, CommandRun &chosen)
                     "and its albums in step with the photo share.");
     CLI::Option *share = command->add_option("SHARE")->description("music, video, photo or all (the default)");
     share->check(CLI::IsMember({"music", "video", "photo", "all"}));
-    command->callback([&chosen, share] {
+    WaitOptions options = WaitOptionsDefine(*command);
+    command->callback([&chosen, share, options] {
         std::string word = share->count() ? share->results().front() : "all";
-        chosen = [word](const Output &output) { return RequestsQueue({"R:" + word + "\n"}, output); };
+        chosen = [word, wish = options.Wish()](const Output &output) {
+            return RequestsQueue({"R:" + word + "\n"}, output, wish);
+        };
     });
 }

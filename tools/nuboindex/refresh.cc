@@ -9,6 +9,10 @@ void RefreshCommandDefine(CLI::App &app, CommandRun &chosen)
     CLI::Option *share =
         command->add_option("SHARE")->description("photo; the daemon refreshes no other share");
     share->required()->check(CLI::IsMember({"photo"}));
-    command->callback(
-        [&chosen] { chosen = [](const Output &output) { return RequestsQueue({"U:photo\n"}, output); }; });
+    WaitOptions options = WaitOptionsDefine(*command);
+    command->callback([&chosen, options] {
+        chosen = [wish = options.Wish()](const Output &output) {
+            return RequestsQueue({"U:photo\n"}, output, wish);
+        };
+    });
 }

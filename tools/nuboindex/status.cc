@@ -8,6 +8,7 @@
 #include "missed_changes.h"
 #include "platform/media_index.h"
 #include "platform/photo_db.h"
+#include "progress/follow.h"
 
 struct StatusRowCount {
     std::string name;
@@ -125,7 +126,20 @@ void StatusCommandDefine(CLI::App &app, CommandRun &chosen)
     command->footer("Which line a batch is at can be seen by root and only roughly: the daemon reads its work "
                     "file in blocks.");
     CLI::Option *json = JsonOptionDefine(*command);
-    command->callback([&chosen, json] {
+    CLI::Option *follow = command->add_flag("-f,--follow")
+                              ->description("show the progress of the work, until nothing is left to do")
+                              ->excludes(json);
+    CLI::Option *keep =
+        command->add_flag("-k,--keep")->description("with --follow: go on when nothing is left to do");
+    CLI::Option *quiet = command->add_flag("-q,--quiet")->description("with --follow: wait without a word");
+    keep->needs(follow);
+    quiet->needs(follow);
+    command->callback([&chosen, json, follow, keep, quiet] {
+        if (follow->count() > 0) {
+            FollowWish wish = {quiet->count() > 0, keep->count() > 0, nullptr};
+            chosen = [wish](const Output &output) { return Follow(wish, output); };
+            return;
+        }
         chosen = [as_json = json->count() > 0](const Output &output) { return StatusRun(as_json, output); };
     });
 }
