@@ -1,9 +1,8 @@
 #include "nubodb/postgresql_text.h"
 
-#include <ctype.h>
-
 #include <algorithm>
 
+#include "nlib/utf8.h"
 #include "nubodb/sql_like.h"
 #include "nubodb/sql_tokens.h"
 
@@ -63,15 +62,19 @@ static bool IsConditionEnd(const Translation &work, size_t offset)
 
 // --- like
 
-static bool HasWildcardCharacter(std::string_view pattern)
+// Does it matter where characters begin? For "_", and for broken ones that are looked for behind "%".
+static bool IsAboutCharacters(std::string_view pattern)
 {
+    size_t percent = std::string_view::npos;
     for (size_t i = 0; i < pattern.size(); i++) {
         if (pattern[i] == '\\')
             i++;
         else if (pattern[i] == '_')
             return true;
+        else if (pattern[i] == '%' && percent == std::string_view::npos)
+            percent = i;
     }
-    return false;
+    return percent != std::string_view::npos && !Utf8IsClean(pattern.substr(percent));
 }
 
 // A backslash with nothing behind it stands for itself; PostgreSQL would refuse it.
@@ -83,39 +86,6 @@ static std::string PatternClosed(std::string pattern)
     if (backslashes % 2)
         pattern.push_back('\\');
     return pattern;
-}
-
-static void ByteAppend(std::string *text, char byte)
-{
-    auto value = static_cast<unsigned char>(byte);
-    if (value >= 0x80) {
-        text->push_back(static_cast<char>(0xC0 | value >> 6));
-        text->push_back(static_cast<char>(0x80 | (value & 0x3F)));
-    } else {
-        if (!isalnum(value))
-            text->push_back('\\');
-        text->push_back(byte);
-    }
-}
-
-std::string LikeExpression(std::string_view pattern)
-{
-    static const std::string SEQUENCE = "[\u00C2-\u00DF][\u0080-\u00BF]|[\u00E0-\u00EF][\u0080-\u00BF]{2}"
-                                        "|[\u00F0-\u00F7][\u0080-\u00BF]{3}";
-    static const std::string CHARACTER = "(?:" + SEQUENCE + "|(?!" + SEQUENCE + ").)";
-    std::string expression = "^";
-    for (size_t i = 0; i < pattern.size(); i++) {
-        if (pattern[i] == '%') {
-            expression += CHARACTER + "*";
-        } else if (pattern[i] == '_') {
-            expression += CHARACTER;
-        } else {
-            if (pattern[i] == '\\' && i + 1 < pattern.size())
-                i++;
-            ByteAppend(&expression, pattern[i]);
-        }
-    }
-    return expression + "$";
 }
 
 // The range of heads that a pattern's beginning allows; empty when it allows all.
@@ -144,10 +114,8 @@ static bool LikeTranslate(Translation *work)
     std::string range = column == "path" && !negated ? HeadRange(work, pattern) : "";
     std::string closed = ParameterAdd(work, PatternClosed(pattern));
     std::string condition;
-    if (HasWildcardCharacter(pattern)) {
-        std::string expression = ParameterAdd(work, LikeExpression(pattern));
-        condition = (negated ? "not like_characters(" : "like_characters(") + column + ", " + closed + ", " +
-                    expression + "::text)";
+    if (IsAboutCharacters(pattern)) {
+        condition = (negated ? "not like_characters(" : "like_characters(") + column + ", " + closed + ")";
     } else {
         condition = column + (negated ? " not like " : " like ") + closed;
     }

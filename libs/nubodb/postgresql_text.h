@@ -16,7 +16,3 @@ struct PostgresqlText {
 // that PostgreSQL would read differently becomes a call of like_characters(). Only in a composed statement
 // become literals parameters. A statement that is not understood stays as it is.
 PostgresqlText PostgresqlTextOf(std::string_view sql, bool composed);
-
-// The regular expression for a `like` pattern over texts whose bytes were made characters (LATIN1): "_" is a UTF-8
-// sequence or a byte that belongs to none. Itself in UTF-8.
-std::string LikeExpression(std::string_view pattern);

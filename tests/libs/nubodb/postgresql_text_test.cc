@@ -75,9 +75,8 @@ TEST(PostgresqlText, LikeThatTheEngineReadsOtherwise)
 {
     Expect("select 1 from t where a like 'x\\'", "select 1 from t where (a like $1)", {"x\\\\"});
     Expect("select 1 from t where a like 'x\\_'", "select 1 from t where (a like $1)", {"x\\_"});
-    Expect("select 1 from t where a not like 'b_c'",
-           "select 1 from t where (not like_characters(a, $1, $2::text))", {"b_c", LikeExpression("b_c")});
+    Expect("select 1 from t where a not like 'b_c'", "select 1 from t where (not like_characters(a, $1))",
+           {"b_c"});
     Expect("select 1 from t where a like 'x!%' escape '!'", "select 1 from t where a like $1 escape $2",
            {"x!%", "!"});
-    EXPECT_EQ(LikeExpression("a.\\%\xE9"), "^a\\.\\%\u00E9$");
 }
