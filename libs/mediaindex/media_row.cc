@@ -58,7 +58,8 @@ void MediaTimeNormalise(char *text, size_t size)
 {
     char copy[64];  // longer than either form; a longer text is none
     size_t length = strnlen(text, size);
-    if (length >= sizeof copy)
+    bool is_normal = text[0] >= '0' && text[0] <= '9';
+    if (is_normal || length >= sizeof copy)
         return;
     memcpy(copy, text, length);
     copy[length] = '\0';

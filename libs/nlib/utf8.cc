@@ -83,6 +83,19 @@ void Utf8Append(std::string *text, char32_t c)
         *text += static_cast<char>(0x80 | (c >> (6 * tail) & 0x3F));
 }
 
+bool Utf8IsClean(std::string_view text)
+{
+    for (size_t at = 0; at < text.size();) {
+        char32_t c = 0;
+        bool is_ascii = static_cast<uint8_t>(text[at]) < 0x80;
+        size_t length = is_ascii ? 1 : Utf8Read(text.data() + at, text.size() - at, &c);
+        if (length == 0)
+            return false;
+        at += length;
+    }
+    return true;
+}
+
 std::string Utf8Cleaned(std::string_view text)
 {
     std::string clean;

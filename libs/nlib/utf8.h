@@ -19,6 +19,9 @@ size_t Utf8Missing(const char *text, size_t left);
 
 void Utf8Append(std::string *text, char32_t c);
 
+// Is every byte part of a well-formed character?
+bool Utf8IsClean(std::string_view text);
+
 // The text with U+FFFD in place of every byte that belongs to no well-formed character.
 std::string Utf8Cleaned(std::string_view text);
 

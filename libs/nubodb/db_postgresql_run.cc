@@ -1,7 +1,8 @@
 // Running statements on PostgreSQL: prepared once, their parameters in the types that the server tells.
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+#include <charconv>
 
 #include "nlib/utf8.h"
 #include "nubodb/db_postgresql.h"
@@ -9,6 +10,7 @@
 #include "nubodb/postgresql_text.h"
 
 static constexpr Oid TYPE_BYTEA = 17;
+static constexpr Oid TYPE_TEXT = 25;
 static constexpr Oid TYPE_FLOAT8 = 701;
 static constexpr size_t COMPOSED_KEPT_MAX = 64;
 static constexpr int CONFLICTS_MAX = 5;
@@ -104,26 +106,37 @@ struct Parameters {
     std::vector<std::string> texts;  // those that had to be written
 };
 
-static void ParameterAdd(Parameters *parameters, const DbValue &value, Oid type)
+static void BytesAdd(Parameters *parameters, const DbValue &value)
 {
-    char number[64];
-    if (value.type == DbValue::TEXT && type == TYPE_BYTEA) {
-        parameters->values.push_back(value.text);
-        parameters->lengths.push_back(static_cast<int>(value.length));
-        parameters->formats.push_back(1);
-        return;
-    }
-    std::string text;
-    if (value.type == DbValue::TEXT)
-        text = Utf8Cleaned({value.text, value.length});
-    else if (value.type == DbValue::INTEGER)
-        text = std::to_string(value.integer);
-    else if (snprintf(number, sizeof number, "%.17g", value.real) > 0)
-        text = number;
+    parameters->values.push_back(value.text);
+    parameters->lengths.push_back(static_cast<int>(value.length));
+    parameters->formats.push_back(1);
+}
+
+static void TextAdd(Parameters *parameters, std::string text)
+{
     parameters->texts.push_back(std::move(text));
     parameters->values.push_back(parameters->texts.back().c_str());
     parameters->lengths.push_back(0);
     parameters->formats.push_back(0);
+}
+
+// Bytes, and texts that the server takes as they are, need no copy.
+static void ParameterAdd(Parameters *parameters, const DbValue &value, Oid type)
+{
+    char number[64];
+    if (value.type == DbValue::TEXT) {
+        std::string_view text = {value.text, value.length};
+        if (type == TYPE_BYTEA || (type == TYPE_TEXT && Utf8IsClean(text) && text.find('\0') == text.npos))
+            BytesAdd(parameters, value);
+        else
+            TextAdd(parameters, Utf8Cleaned(text));
+    } else if (value.type == DbValue::INTEGER) {
+        TextAdd(parameters, std::to_string(value.integer));
+    } else {
+        char *end = std::to_chars(number, number + sizeof number, value.real).ptr;
+        TextAdd(parameters, std::string(number, end));
+    }
 }
 
 // --- rows
@@ -205,6 +218,9 @@ static int64_t PreparedRun(NuboDbConnection *connection, const PostgresqlStateme
     PostgresqlEngine *engine = PostgresqlEngineOf(connection);
     Parameters parameters;
     parameters.texts.reserve(count);  // their addresses are in use
+    parameters.values.reserve(count);
+    parameters.lengths.reserve(count);
+    parameters.formats.reserve(count);
     if (count != prepared.types.size()) {
         connection->error = std::string(what) + ": wrong number of parameters";
         connection->statement_fault = true;
