@@ -40,8 +40,7 @@ demo: build
 	@scripts/demo --build build/$(PRESET) --engine $(ENGINE) $(if $(MEDIA),--media "$(MEDIA)")
 
 bench: build
-	@for program in build/$(PRESET)/bin/*_bench; do \
-	    scripts/sandbox --build build/$(PRESET) -- "$$PWD/$$program" || exit 1; done
+	@scripts/bench --build build/$(PRESET)
 
 fuzz:
 	@scripts/install-deps build test fuzz
