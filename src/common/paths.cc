@@ -4,6 +4,7 @@
 const char *const INDEX_QUEUE_PATH = "/var/spool/nubo_indexing_queue";
 const char *const INDEX_QUEUE_WORK_PATH = "/var/spool/nubo_indexing_queue.tmp";
 const char *const DAEMON_PID_PATH = "/var/run/nuboindexd.pid";
+const char *const WATCH_STATE_PATH = "/var/run/nuboindex-watch.state";
 const char *const MUSIC_SERVER_PID_PATH = "/var/run/mt-daapd.pid";
 const char *const MEDIA_SERVER_PID_PATH = "/var/run/dms.pid";
 const char *const DEFAULT_SETTINGS_PATH = "/etc.defaults/nuboinfo.conf";

@@ -4,6 +4,7 @@
 extern const char *const INDEX_QUEUE_PATH;       // producers append requests here
 extern const char *const INDEX_QUEUE_WORK_PATH;  // the queue after it was taken over
 extern const char *const DAEMON_PID_PATH;
+extern const char *const WATCH_STATE_PATH;       // what the watcher says about itself
 extern const char *const MUSIC_SERVER_PID_PATH;  // signalled when the music or video table changed
 extern const char *const MEDIA_SERVER_PID_PATH;  // signalled after every batch
 extern const char *const DEFAULT_SETTINGS_PATH;  // feature switches

@@ -38,6 +38,7 @@ static const char *ScratchPath(const char *path)
 const char *const INDEX_QUEUE_PATH = ScratchPath("/var/spool/nubo_indexing_queue");
 const char *const INDEX_QUEUE_WORK_PATH = ScratchPath("/var/spool/nubo_indexing_queue.tmp");
 const char *const DAEMON_PID_PATH = ScratchPath("/var/run/nuboindexd.pid");
+const char *const WATCH_STATE_PATH = ScratchPath("/var/run/nuboindex-watch.state");
 const char *const MUSIC_SERVER_PID_PATH = ScratchPath("/var/run/mt-daapd.pid");
 const char *const MEDIA_SERVER_PID_PATH = ScratchPath("/var/run/dms.pid");
 const char *const DEFAULT_SETTINGS_PATH = ScratchPath("/etc.defaults/nuboinfo.conf");

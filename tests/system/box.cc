@@ -123,6 +123,24 @@ static pid_t Spawn(Texts command, const Texts &environment, int output)
     return error == 0 ? pid : -1;
 }
 
+pid_t ProgramStart(const Texts &command, const std::string &output_file)
+{
+    int output = open(output_file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    pid_t pid = Spawn(command, {}, output);
+    close(output);
+    return pid;
+}
+
+bool WaitUntil(double seconds, const std::function<bool()> &condition)
+{
+    static constexpr useconds_t PAUSE = 50000;
+    for (double end = Clock() + seconds; !condition(); usleep(PAUSE)) {
+        if (Clock() > end)
+            return false;
+    }
+    return true;
+}
+
 Finished ProgramRun(const Texts &command, const Texts &environment)
 {
     char name[] = "/tmp/output-XXXXXX";

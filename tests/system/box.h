@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,6 +35,12 @@ struct Finished {
     std::string output;
 };
 Finished ProgramRun(const Texts &command, const Texts &environment = {});
+
+// Starts a program that goes on; it ends with the test. Both its streams are added to the file. Its pid.
+pid_t ProgramStart(const Texts &command, const std::string &output_file);
+
+// Looks again and again until the condition holds. False when it does not within the time.
+bool WaitUntil(double seconds, const std::function<bool()> &condition);
 
 // Starts a daemon and comes back when its pid file is written; its pid. The test becomes the parent of the
 // daemon, so that its end can be seen. `DaemonStart` also waits until it can be ended in good order.

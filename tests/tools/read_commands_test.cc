@@ -262,6 +262,7 @@ TEST_F(StatusCommand, CountsEverything)
     EXPECT_EQ(result.out, "daemon           not running\n"
                           "queue            2 waiting\n"
                           "batch            none\n"
+                          "watch            not running\n"
                           "rows\n"
                           "  music          1\n"
                           "  video          1\n"
@@ -278,6 +279,7 @@ TEST_F(StatusCommand, JsonHasNullForWhatIsUnknown)
     EXPECT_EQ(status["daemon"], json({{"running", false}, {"pid", nullptr}}));
     EXPECT_EQ(status["queue"]["lines"], 0);
     EXPECT_EQ(status["batch"], nullptr);
+    EXPECT_EQ(status["watch"], nullptr);
     EXPECT_EQ(status["rows"]["music"], 0);
 
     SleepingProcess daemon("nuboindexd");

@@ -29,6 +29,7 @@ void ShowCommandDefine(CLI::App &app, CommandRun &chosen);
 void FailuresCommandDefine(CLI::App &app, CommandRun &chosen);
 void RetryCommandDefine(CLI::App &app, CommandRun &chosen);
 void SetupCommandDefine(CLI::App &app, CommandRun &chosen);
+void WatchCommandDefine(CLI::App &app, CommandRun &chosen);
 
 // One or more paths, to be read with results(), which leaves every byte as it is.
 CLI::Option *PathsDefine(CLI::App &command, const char *name, const char *help);

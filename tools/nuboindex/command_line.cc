@@ -38,6 +38,7 @@ static void CommandsDefine(CLI::App &app, CommandRun &chosen)
     FailuresCommandDefine(app, chosen);
     RetryCommandDefine(app, chosen);
     SetupCommandDefine(app, chosen);
+    WatchCommandDefine(app, chosen);
 }
 
 // The parser gives some names a meaning of their own: "[a,b]" is a list, "++" ends a sub-command, and "--" does not

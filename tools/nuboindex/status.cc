@@ -9,6 +9,7 @@
 #include "platform/media_index.h"
 #include "platform/photo_db.h"
 #include "progress/follow.h"
+#include "watch/watch_state.h"
 
 struct StatusRowCount {
     std::string name;
@@ -72,7 +73,8 @@ static void TextPrint(const StatusReport &status, const Output &output)
                << (status.pid ? "running, pid " + std::to_string(status.pid) : std::string("not running"))
                << '\n'
                << "queue            " << Number(status.queue_lines) << " waiting\n"
-               << "batch            " << BatchText(status) << '\n';
+               << "batch            " << BatchText(status) << '\n'
+               << "watch            " << WatchStateText() << '\n';
     MissedChangesPrint(output);
     output.out << "rows\n";
     for (const StatusRowCount &count : status.counts) {
@@ -103,6 +105,7 @@ static void JsonPrint(const StatusReport &status, const Output &output)
     object["queue"] = {{"lines", NumberJson(status.queue_lines, 0)}};
     object["batch"] = BatchJson(status.batch);
     object["missed"] = MissedChangesJson();
+    object["watch"] = WatchStateJson();
     object["rows"] = Json::object();
     for (const StatusRowCount &count : status.counts)
         object["rows"][count.name] = NumberJson(count.rows, 0);
