@@ -243,12 +243,13 @@ TEST_F(FailuresCommand, NamesTheFilesThatCouldNotBeRead)
 
     std::string text = RunTool({"failures"}).out;
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
-    EXPECT_EQ(text.find("\t/volume1/music/bad.mp3\n"), strlen("2026-01-01 00:00:00"));
-    EXPECT_NE(text.find("\t/volume1/music/\\xff\\x09\\x0a.mp3\n"), std::string::npos) << text;
+    EXPECT_EQ(text.find("\t/volume1/music/bad.mp3\tis gone\n"), strlen("2026-01-01 00:00:00"));
+    EXPECT_NE(text.find("\t/volume1/music/\\xff\\x09\\x0a.mp3\tis gone\n"), std::string::npos) << text;
 
     json rows = json::parse(RunTool({"failures", "--json"}).out);
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_EQ(rows[0]["path"], "/volume1/music/bad.mp3");
+    EXPECT_EQ(rows[0]["reason"], "is gone");
     EXPECT_EQ(std::string(rows[0]["time"]).size(), strlen("2026-01-01T00:00:00Z"));
     EXPECT_EQ(rows[1]["path_percent"], "/volume1/music/%ff%09%0a.mp3");
 }
