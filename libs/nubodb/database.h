@@ -98,6 +98,20 @@ int DbBoxes(std::vector<std::string> *boxes);
 // changed, and what has another version of the schema is not opened.
 void DbBoxSelect(const std::string &box);
 
+// What keeps rows from being stored.
+enum DbFault {
+    DB_SOUND,
+    DB_MISCONFIGURED,  // the settings cannot be read, or name no engine
+    DB_UNREACHABLE,    // the server is not there
+    DB_TOO_NEW,        // a newer version of this system made its schema
+    DB_UNOPENABLE,     // anything else that keeps it from being opened
+    DB_UNWRITABLE,
+};
+
+// Looks for a fault and changes no row; what is missing or older is made and brought up to date, as by every opening.
+// The reason is for people.
+DbFault DbExamine(DbName name, std::string *reason);
+
 // Engine and version of an open database's schema, for people.
 std::string DbSchemaText(DbName name);
 

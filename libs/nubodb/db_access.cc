@@ -355,6 +355,43 @@ void DbClose()
     wait_left_ms = 0;
 }
 
+// --- examination
+
+static DbFault OpenFault(const NuboDbConnection &connection)
+{
+    if (!connection.driver)
+        return DB_MISCONFIGURED;
+    if (connection.unreachable)
+        return DB_UNREACHABLE;
+    int newest = SchemaNewestVersion(connection.driver->name, connection.name);
+    return connection.version_found > newest ? DB_TOO_NEW : DB_UNOPENABLE;
+}
+
+// A statement that could change rows and finds none.
+static bool IsWritable(NuboDbConnection *connection)
+{
+    static const char *const NO_CHANGES[] = {"delete from music where 1 = 0",
+                                             "delete from photo_share where 1 = 0"};
+    bool is_writable = DbBegin(connection) == 0;
+    is_writable = is_writable && DbRun(connection, NO_CHANGES[connection->name]) == 0;
+    DbRollback(connection);
+    return is_writable;
+}
+
+DbFault DbExamine(DbName name, std::string *reason)
+{
+    NuboDbConnection *connection = &connections[name];
+    ConnectionClose(connection);
+    connection->version_found = 0;
+    DbFault fault = DB_SOUND;
+    if (OpenOnce(connection, false) < 0)
+        fault = OpenFault(*connection);
+    else if (!IsWritable(connection))
+        fault = DB_UNWRITABLE;
+    *reason = fault == DB_SOUND ? "" : connection->error;
+    return fault;
+}
+
 // --- boxes
 
 static std::string other_box;

@@ -27,6 +27,7 @@ void StatusCommandDefine(CLI::App &app, CommandRun &chosen);
 void ListCommandDefine(CLI::App &app, CommandRun &chosen);
 void ShowCommandDefine(CLI::App &app, CommandRun &chosen);
 void FailuresCommandDefine(CLI::App &app, CommandRun &chosen);
+void DoctorCommandDefine(CLI::App &app, CommandRun &chosen);
 void RetryCommandDefine(CLI::App &app, CommandRun &chosen);
 void SetupCommandDefine(CLI::App &app, CommandRun &chosen);
 void WatchCommandDefine(CLI::App &app, CommandRun &chosen);

@@ -36,6 +36,7 @@ static void CommandsDefine(CLI::App &app, CommandRun &chosen)
     ListCommandDefine(app, chosen);
     ShowCommandDefine(app, chosen);
     FailuresCommandDefine(app, chosen);
+    DoctorCommandDefine(app, chosen);
     RetryCommandDefine(app, chosen);
     SetupCommandDefine(app, chosen);
     WatchCommandDefine(app, chosen);
