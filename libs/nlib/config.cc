@@ -57,7 +57,8 @@ static void SettingTake(const char *path, int line_number, const char *key, cons
     setting->value = value;
 }
 
-static void SettingsRead(FILE *file, const char *path)
+// 0; -1 with errno.
+static int SettingsRead(FILE *file, const char *path)
 {
     char *line = nullptr;
     size_t capacity = 0;
@@ -67,7 +68,10 @@ static void SettingsRead(FILE *file, const char *path)
         if (SettingLineSplit(line, &key, &value))
             SettingTake(path, number, key, value);
     }
+    int error = ferror(file) ? errno : 0;
     free(line);
+    errno = error;
+    return error ? -1 : 0;
 }
 
 void PlatformSettingsLoad(const char *path)
@@ -83,13 +87,13 @@ void PlatformSettingsLoad(const char *path)
     settings_file = path;
     settings_error.clear();
     FILE *file = fopen(path, "re");
-    if (file) {
-        SettingsRead(file, path);
-        fclose(file);
-    } else if (errno != ENOENT && errno != ENOTDIR) {
+    bool is_known = file ? SettingsRead(file, path) == 0 : errno == ENOENT || errno == ENOTDIR;
+    if (!is_known) {
         settings_error = settings_file + ": " + strerror(errno);
         syslog(LOG_ERR, "%s", settings_error.c_str());
     }
+    if (file)
+        fclose(file);
 }
 
 static void SettingsNeed()
