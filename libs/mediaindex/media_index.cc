@@ -221,9 +221,8 @@ int NUBOTruncateTable(const char *name)
     const MediaTable *table = MediaTableNamed(name);
     if (!table)
         return -1;
-    std::string rebuild =
-        table->kind == MEDIA_KIND_MUSIC || table->kind == MEDIA_KIND_VIDEO ? table->name : "all";
-    return static_cast<int>(DbChanged(DB_MEDIA, "R:" + rebuild, TablesRemove(table, 1, nullptr)));
+    return static_cast<int>(
+        DbChanged(DB_MEDIA, std::string("T:") + table->name, TablesRemove(table, 1, nullptr)));
 }
 
 NuboDbHandle *MediaInfoDBOpen(int kind, const char *columns, const char *condition, int, const char *order, int,

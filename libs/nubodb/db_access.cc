@@ -34,6 +34,12 @@ const DbDriver *DriverConfigured(std::string *reason)
     return nullptr;
 }
 
+std::string StatementHead(const char *sql)
+{
+    static constexpr size_t SHOWN = 80;
+    return strlen(sql) > SHOWN ? std::string(sql, SHOWN) + "..." : sql;
+}
+
 // The same failure again and again, as a batch meets it, is one line.
 static void FailureLog(NuboDbConnection *connection, const char *what)
 {
@@ -73,7 +79,10 @@ static void ConnectionGiveUp(NuboDbConnection *connection)
 
 // --- opening
 
-static constexpr int64_t RETRY_PAUSE_MS = 5000;  // between two attempts, once waiting has been given up
+static constexpr int64_t RETRY_PAUSE_MS =
+    5000;  // between two attempts, once waiting has been given up, at least
+static constexpr int64_t RETRY_PAUSE_TIMES =
+    9;  // as long as the attempt took: a tenth of the time is enough for them
 static constexpr int64_t WAIT_STEP_MS = 250;
 
 // What calls may still spend waiting for a server; more than 0 in a batch only.
@@ -98,14 +107,15 @@ static int OpenOnce(NuboDbConnection *connection, bool set_up)
 }
 
 // The server is not there: a batch that waits for it is better than a batch that fails.
-static int OpenWaiting(NuboDbConnection *connection)
+// `attempt` is when the last attempt began.
+static int OpenWaiting(NuboDbConnection *connection, int64_t *attempt)
 {
     int64_t begin = NowMs();
     while (wait_left_ms > 0) {
         usleep(WAIT_STEP_MS * 1000);
-        int64_t end = NowMs();
+        *attempt = NowMs();
         int result = OpenOnce(connection, false);
-        wait_left_ms -= WAIT_STEP_MS + (NowMs() - end);
+        wait_left_ms -= WAIT_STEP_MS + (NowMs() - *attempt);
         if (result == 0) {
             syslog(LOG_NOTICE, "nubodb: %s database: back after %lld seconds", DB_NAMES[connection->name],
                    static_cast<long long>((NowMs() - begin) / 1000));
@@ -118,7 +128,25 @@ static int OpenWaiting(NuboDbConnection *connection)
 }
 
 // A file is tried again at every call. A server that could not be reached, or had to be refused, is left in peace for
-// a while, or a batch would spend its time on it.
+// a while, or a batch would spend its time on it. Who does not reach it for one database does not for the other.
+static void RetryPause(NuboDbConnection *failed, int64_t begin)
+{
+    if (!failed->driver || !failed->driver->is_server)
+        return;
+    int64_t now = NowMs();
+    int64_t pause = RETRY_PAUSE_TIMES * (now - begin);
+    for (NuboDbConnection &connection : connections) {
+        if (&connection == failed || failed->unreachable)
+            connection.retry_at = now + (pause > RETRY_PAUSE_MS ? pause : RETRY_PAUSE_MS);
+    }
+}
+
+static void RetryAllow()
+{
+    for (NuboDbConnection &connection : connections)
+        connection.retry_at = 0;
+}
+
 static int ConnectionOpen(NuboDbConnection *connection)
 {
     if (connection->engine)
@@ -126,16 +154,19 @@ static int ConnectionOpen(NuboDbConnection *connection)
     connection->statement_fault = false;
     if (connection->retry_at > NowMs())
         return -1;
+    int64_t begin = NowMs();
     int result = OpenOnce(connection, false);
     if (result < 0)
         FailureLog(connection, "cannot be opened");
-    if (result < 0 && connection->unreachable) {
-        result = OpenWaiting(connection);
+    if (result < 0 && connection->unreachable && wait_left_ms > 0) {
+        result = OpenWaiting(connection, &begin);
         if (result < 0)
             FailureLog(connection, "cannot be opened");
     }
-    bool pauses = result < 0 && connection->driver && connection->driver->is_server;
-    connection->retry_at = pauses ? NowMs() + RETRY_PAUSE_MS : 0;
+    if (result < 0)
+        RetryPause(connection, begin);
+    else
+        RetryAllow();
     return result;
 }
 
@@ -277,7 +308,8 @@ void DbRollback(NuboDbConnection *connection)
         return;
     std::string error = connection->error;
     bool statement_fault = connection->statement_fault;
-    if (connection->engine && connection->driver->run(connection, {ROLLBACK, false, nullptr, 0}, nullptr) < 0)
+    bool is_open = connection->engine && connection->in_transaction;
+    if (is_open && connection->driver->run(connection, {ROLLBACK, false, nullptr, 0}, nullptr) < 0)
         ConnectionGiveUp(connection);
     connection->error = error;
     connection->statement_fault = statement_fault;
@@ -334,8 +366,8 @@ int DbSync()
 
 void DbRefresh()
 {
+    RetryAllow();
     for (NuboDbConnection &connection : connections) {
-        connection.retry_at = 0;
         if (connection.engine && !connection.driver->current(&connection))
             ConnectionGiveUp(&connection);
     }
@@ -444,10 +476,12 @@ int64_t DbChanged(DbName name, const std::string &change, int64_t result)
         ChangeMissed(connection, change);
     } else if (connection->driver && connection->driver->is_server) {
         connection->unsynced.push_back(change);
-        if (IsDoubtful(connection, change))
+        if (IsDoubtful(connection, change) || MissedEmptying())
             MissedNote(change);
         if (connection->unsynced.size() >= UNSYNCED_MAX)
             (void)DbSync();
+    } else if (MissedEmptying()) {
+        MissedNote(change);
     }
     return result;
 }

@@ -36,6 +36,9 @@ struct DbStatementText {
     size_t value_count;
 };
 
+// The beginning of a statement, for messages: the whole would fill a page of the log.
+std::string StatementHead(const char *sql);
+
 struct DbDriver {
     const char *name;
 

@@ -53,11 +53,12 @@ int PostgresqlFail(NuboDbConnection *connection, const char *what, const PGresul
     std::string message = FirstLine(result ? PQresultErrorMessage(result) : PQerrorMessage(engine->link));
     if (message.empty())
         message = engine->broken ? "the server does not answer" : "the connection is lost";
-    connection->error = std::string(what) + ": " + message;
+    connection->error = StatementHead(what) + ": " + message;
     if (PQstatus(engine->link) != CONNECTION_OK || state.empty() || IsMendedByReconnecting(state))
         engine->broken = true;
     connection->statement_fault = !engine->broken && IsStatementFault(state);
     engine->conflict = state.starts_with("40");
+    engine->lock_missed = state == "55P03";
     return -1;
 }
 
@@ -136,6 +137,9 @@ static int PostgresqlSync(NuboDbConnection *connection)
     static constexpr char FLUSH[] =
         "begin; set local synchronous_commit = on; update schema_version set version = version; commit";
     PostgresqlEngine *engine = PostgresqlEngineOf(connection);
+    if (engine->impatient)
+        PQclear(PostgresqlPlainRun(connection, "set lock_timeout = '3s'"));
+    engine->impatient = false;
     if (!engine->unsynced)
         return 0;
     PGresult *result = PostgresqlPlainRun(connection, FLUSH);

@@ -19,9 +19,11 @@ struct PostgresqlEngine {
     std::unordered_map<const char *, PostgresqlStatement> kept;     // by the address of the caller's text
     std::unordered_map<std::string, PostgresqlStatement> composed;  // by the translated text
     size_t statement_number;
-    bool broken;    // the connection must not be used any more
-    bool unsynced;  // something was written since the last sync
-    bool conflict;  // the last failure was one between two transactions: the statement is to be tried again
+    bool broken;       // the connection must not be used any more
+    bool unsynced;     // something was written since the last sync
+    bool impatient;    // somebody held a lock for too long; until the next sync locks are hardly waited for
+    bool lock_missed;  // the last failure was such a lock
+    bool conflict;     // the last failure was one between two transactions: the statement is to be tried again
 };
 
 PostgresqlEngine *PostgresqlEngineOf(NuboDbConnection *connection);

@@ -136,7 +136,7 @@ static int LinkOpen(NuboDbConnection *connection)
     if (BoxNameCheck(connection) < 0 || ConnectionStringCheck(connection, target) < 0)
         return -1;
     // What a process before this one wrote may not be durable yet.
-    connection->engine = new PostgresqlEngine{Connect(target), {}, {}, 0, false, true, false};
+    connection->engine = new PostgresqlEngine{Connect(target), {}, {}, 0, false, true, false, false, false};
     PostgresqlEngine *engine = PostgresqlEngineOf(connection);
     PQsetNoticeReceiver(engine->link, Silent, nullptr);
     if (PQstatus(engine->link) == CONNECTION_OK)

@@ -257,6 +257,16 @@ static int64_t StatementRun(NuboDbConnection *connection, const DbStatementText 
     return PreparedRun(connection, *prepared, statement.sql, statement.values, statement.value_count, result);
 }
 
+// A batch would spend hours in front of the same lock.
+static void ImpatienceBegin(NuboDbConnection *connection)
+{
+    PostgresqlEngine *engine = PostgresqlEngineOf(connection);
+    std::string error = connection->error;
+    PQclear(PostgresqlPlainRun(connection, "set lock_timeout = '5ms'"));
+    engine->impatient = true;
+    connection->error = error;
+}
+
 // Where a server lets one of two transactions fail that met, the statement is simply made again; a transaction of
 // several cannot be.
 int64_t PostgresqlRun(NuboDbConnection *connection, const DbStatementText &statement, NuboDbResult *result)
@@ -265,9 +275,12 @@ int64_t PostgresqlRun(NuboDbConnection *connection, const DbStatementText &state
     int64_t changed = -1;
     for (int attempt = 0; attempt < CONFLICTS_MAX; attempt++) {
         engine->conflict = false;
+        engine->lock_missed = false;
         changed = StatementRun(connection, statement, result);
         if (changed >= 0 || !engine->conflict || connection->in_transaction)
             break;
     }
+    if (changed < 0 && engine->lock_missed && !engine->impatient && !connection->in_transaction)
+        ImpatienceBegin(connection);
     return changed;
 }

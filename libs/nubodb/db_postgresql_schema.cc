@@ -47,16 +47,12 @@ static int SchemaMake(NuboDbConnection *connection)
     return found != 0 ? found : PlainDo(connection, "create schema if not exists " + schema);
 }
 
-// The words of a step would fill a page of the log.
 static int StepApply(NuboDbConnection *connection, const SchemaStep &step)
 {
     std::string set_version = "update schema_version set version = " + std::to_string(step.version);
     if (PlainDo(connection, step.sql) == 0 && PlainDo(connection, set_version) == 0)
         return 0;
-    size_t message = connection->error.rfind(": ERROR:");
-    std::string reason =
-        message == std::string::npos ? connection->error : connection->error.substr(message + 2);
-    connection->error = "version " + std::to_string(step.version) + ": " + reason;
+    connection->error = "version " + std::to_string(step.version) + ": " + connection->error;
     return -1;
 }
 

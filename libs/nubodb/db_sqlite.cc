@@ -49,8 +49,10 @@ int SqliteFail(NuboDbConnection *connection, const char *what)
     int code = sqlite3_extended_errcode(engine->db);
     if (IsBreaking(code))
         engine->broken = true;
+    if ((code & 0xFF) == SQLITE_BUSY)
+        SqlitePatienceSet(engine, true);  // or a batch would spend hours in front of the same lock
     connection->statement_fault = IsStatementFault(code);
-    connection->error = std::string(what) + ": " + sqlite3_errmsg(engine->db);
+    connection->error = StatementHead(what) + ": " + sqlite3_errmsg(engine->db);
     if (int system_error = sqlite3_system_errno(engine->db); system_error != 0 && IsBreaking(code))
         connection->error += std::string(" (") + strerror(system_error) + ")";
     return -1;
@@ -73,6 +75,7 @@ static bool SqliteCurrent(NuboDbConnection *connection)
 static int SqliteSync(NuboDbConnection *connection)
 {
     SqliteEngine *engine = SqliteEngineOf(connection);
+    SqlitePatienceSet(engine, false);
     int64_t changes = sqlite3_total_changes64(engine->db);
     if (changes == engine->synced)
         return 0;

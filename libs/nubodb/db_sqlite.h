@@ -17,6 +17,7 @@ struct SqliteEngine {
     sqlite3 *db;
     std::vector<SqliteStatement> statements;
     int64_t synced;  // sqlite3_total_changes64 at the last sync
+    bool impatient;  // somebody held a lock for too long; until the next sync locks are hardly waited for
     bool broken;     // a failure that another try on this connection cannot mend
 };
 
@@ -24,6 +25,9 @@ SqliteEngine *SqliteEngineOf(NuboDbConnection *connection);
 
 // Keeps the engine's words for what just failed. -1.
 int SqliteFail(NuboDbConnection *connection, const char *what);
+
+// How long this connection waits for somebody else's lock.
+void SqlitePatienceSet(SqliteEngine *engine, bool impatient);
 
 // Opens the file with every setting, its schema up to date.
 int SqliteOpen(NuboDbConnection *connection);

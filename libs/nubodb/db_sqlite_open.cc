@@ -13,6 +13,7 @@ static const char *const FILE_NAMES[] = {"/media.db", "/photo.db"};
 
 static constexpr int BUSY_WAIT_MS = 3000;  // for a writer elsewhere; readers are never in the way
 static constexpr int BUSY_STEP_MS = 10;
+static constexpr int IMPATIENT_WAIT_MS = 5;
 
 // Per connection. 512 KiB of pages are enough for the paths of the trees, and the daemon is forked for every
 // probed file. The log may grow to 32 MiB before it is worked into the file, because that costs two flushes.
@@ -152,7 +153,7 @@ int SqliteOpen(NuboDbConnection *connection)
         connection->error = folder + ": " + strerror(errno);
         return -1;
     }
-    auto *engine = new SqliteEngine{nullptr, {}, 0, false};
+    auto *engine = new SqliteEngine{nullptr, {}, 0, false, false};
     connection->engine = engine;
     int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
     int result = 0;
@@ -168,6 +169,13 @@ int SqliteOpen(NuboDbConnection *connection)
     }
     engine->synced = -1;  // what was found in the file may not be durable yet
     return 0;
+}
+
+void SqlitePatienceSet(SqliteEngine *engine, bool impatient)
+{
+    if (engine->impatient != impatient)
+        (void)sqlite3_busy_timeout(engine->db, impatient ? IMPATIENT_WAIT_MS : BUSY_WAIT_MS);
+    engine->impatient = impatient;
 }
 
 void SqliteClose(NuboDbConnection *connection)

@@ -12,10 +12,12 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <set>
 #include <vector>
 
 #include "nlib/config.h"
+#include "nubodb/database.h"
 
 static constexpr char EVERY_PHOTO[] = "R:photo";
 static constexpr int TAKE_OVERS_MAX = 100;  // of the queue, in a row; the daemon needs ten seconds for one
@@ -23,6 +25,7 @@ static constexpr int TAKE_OVERS_MAX = 100;  // of the queue, in a row; the daemo
 static constexpr size_t NOTED_MAX =
     100000;  // beyond, a change may be noted twice, which costs time and no more
 
+static bool emptying = false;        // a table's was noted in this batch
 static std::set<std::string> noted;  // by this process in this batch
 static std::string unwritten;        // lines that the file did not take
 static bool failure_logged = false;
@@ -182,12 +185,19 @@ void MissedNote(const std::string &change)
         return;
     if (line == EVERY_PHOTO)
         RenamesAdd();
+    emptying = emptying || line.starts_with("T:");
     LineAdd(line);
     UnwrittenWrite();
 }
 
+bool MissedEmptying()
+{
+    return emptying;
+}
+
 void MissedBatchBegin()
 {
+    emptying = false;
     noted.clear();
 }
 
@@ -210,6 +220,32 @@ static std::string RenameRequest(const std::string &change)
     if (colon == change.npos || !IsThere(change.substr(colon + 1), &is_folder))
         return change + "\n";
     return change + "\nA:" + change.substr(colon + 1) + "\n";
+}
+
+// Done here and not by a request, which would come behind the requests that wait already and undo them. 0 or -1.
+static int TablesEmpty(const std::vector<std::string> &changes)
+{
+    for (const char *table : {"music", "video", "photo", "playlist", "directory"}) {
+        if (std::find(changes.begin(), changes.end(), std::string("T:") + table) == changes.end())
+            continue;
+        std::string sql = std::string("delete from ") + table;
+        if (DbExecute(DbOpen(DB_MEDIA), sql.c_str(), nullptr) < 0 || DbSync() < 0)
+            return -1;
+    }
+    return 0;
+}
+
+// What empties a table where that cannot be done here.
+static std::string EmptyingRequests(const std::vector<std::string> &changes, int *count)
+{
+    std::string requests;
+    for (const std::string &change : changes) {
+        if (change.starts_with("T:")) {
+            requests += change + "\n";
+            ++*count;
+        }
+    }
+    return requests;
 }
 
 // Empty for what is no change of ours: power failures leave odd lines.
@@ -283,8 +319,10 @@ static void UnwrittenQueue()
     if (!text)
         return;
     int count = 0;
-    std::string requests = RequestsFor(LinesOf(text), &count);
+    std::vector<std::string> changes = LinesOf(text);
     fclose(text);
+    std::string requests = RequestsFor(changes, &count);
+    requests = EmptyingRequests(changes, &count) + requests;
     if (QueueAppend(PlatformSetting("queue"), requests) < 0)
         return;
     syslog(LOG_NOTICE, "nubodb: %d requests for what the databases missed are queued", count);
@@ -313,7 +351,10 @@ static int NotesQueue(const std::string &notes)
     }
     int count = 0;
     const char *queue = PlatformSetting("queue");
-    std::string requests = RequestsFor(LinesRead(taken), &count);
+    std::vector<std::string> changes = LinesRead(taken);
+    if (TablesEmpty(changes) < 0)
+        return -1;
+    std::string requests = RequestsFor(changes, &count);
     if (!requests.empty() && QueueAppend(queue, requests) < 0) {
         syslog(LOG_ERR, "nubodb: %s: %s", queue, strerror(errno));
         return -1;

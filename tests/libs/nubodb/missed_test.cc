@@ -36,11 +36,11 @@ static void NoteAll(const Texts &changes)
 
 TEST_F(Missed, RequestsSayWhatIsThereByThen)
 {
-    NoteAll({"f" + song, "f" + folder, "s" + folder, "f" + gone, "s" + gone, "R:music"});
+    NoteAll({"f" + song, "f" + folder, "s" + folder, "f" + gone, "s" + gone, "R:photo"});
     EXPECT_EQ(MissedCount(), 6u);
     EXPECT_EQ(MissedQueue(), 6);
     EXPECT_EQ(ReadFile(queue),
-              "A:" + song + "\na:" + folder + "\nA:" + folder + "\nD:" + gone + "\nD:" + gone + "\nR:music\n");
+              "A:" + song + "\na:" + folder + "\nA:" + folder + "\nD:" + gone + "\nD:" + gone + "\nR:photo\n");
     EXPECT_EQ(MissedCount(), 0u);
     EXPECT_EQ(MissedQueue(), 0);
 }
@@ -232,4 +232,35 @@ TEST_F(Missed, RollbackKeepsTheReasonOfTheFailureBeforeIt)
     EXPECT_EQ(DbExecute(photo, "insert into photo_access_right values (7, 1, 'now')", nullptr), 1);
     ASSERT_EQ(DbCommit(photo), 0);
     EXPECT_EQ(Query(DB_PHOTO, "select userid from photo_access_right", "userid"), Texts{"7"});
+}
+
+static Texts Folders()
+{
+    return Query(DB_MEDIA, "select path from directory order by path", "path");
+}
+
+static int64_t FolderSave(const char *path)
+{
+    static constexpr char SQL[] = "insert into directory (path) values ($1)";
+    return DbChanged(DB_MEDIA, std::string("f") + path, DbRun(DbOpen(DB_MEDIA), SQL, {DbText(path)}));
+}
+
+// A request for it would come behind those that wait already, and undo them.
+TEST_F(Missed, TableThatCouldNotBeEmptiedIsEmptiedBeforeTheNextBatch)
+{
+    EXPECT_EQ(FolderSave("/old"), 1);
+    WriteFile(queue, "a:/new\n");
+    DbBatchBegin();
+    (void)DbChanged(DB_MEDIA, "T:directory", -1);
+    EXPECT_EQ(FolderSave("/later"), 1);  // done, but it will go with the others
+    EXPECT_EQ(ReadFile(notes), "T:directory\nf/later\n");
+    EXPECT_EQ(DbBatchEnd(), 0);
+    EXPECT_EQ(Folders(), Texts{});
+    EXPECT_EQ(ReadFile(queue), "a:/new\nD:/later\n");
+    EXPECT_EQ(FolderSave("/afterwards"), 1);
+    DbBatchBegin();
+    EXPECT_EQ(FolderSave("/too"), 1);
+    EXPECT_EQ(MissedCount(), 0u);
+    EXPECT_EQ(DbBatchEnd(), 0);
+    EXPECT_EQ(Folders(), (Texts{"/afterwards", "/too"}));
 }
