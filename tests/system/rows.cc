@@ -168,7 +168,10 @@ static void SchemasChange(const std::string &statement)
 
 void DatabasesRemove()
 {
-    std::filesystem::remove_all(STATE);
+    if (std::filesystem::exists(STATE)) {
+        for (const auto &entry : std::filesystem::directory_iterator(STATE))
+            std::filesystem::remove_all(entry);
+    }
     SchemasChange("drop schema if exists % cascade");
 }
 
