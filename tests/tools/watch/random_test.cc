@@ -1,4 +1,5 @@
 // Random work on a real tree, some of it at once and some with pauses. In the end the rows are those of a rebuild.
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,7 +19,8 @@ struct WatchRandom : WatchBox {
     std::string Existing(bool is_folder);
     std::string AnyName();
     void Do(int operation);
-    void Work(unsigned seed, int operations);
+    // `late`: the watcher gets to its events only after each burst.
+    void Work(bool late);
 };
 WATCH_TESTS(WatchRandom);
 
@@ -88,27 +90,37 @@ void WatchRandom::Do(int operation)
     history += std::to_string(operation) + ' ' + path + (ignored ? " (not)\n" : "\n");
 }
 
-void WatchRandom::Work(unsigned seed, int operations)
+void WatchRandom::Work(bool late)
 {
-    random.seed(seed);
+    static constexpr int OPERATIONS = 200;
+    const char *other_seed = getenv("GTEST_WATCH_SEED");  // to be tried by hand
+    random.seed(other_seed ? static_cast<unsigned>(atoi(other_seed)) : 1);
     fs::create_directories(ROOTS[2]);
     for (int i = 0; i < 10; i++)
         Do(static_cast<int>(Below(3)));
     WatchAndDaemon();
-    for (int i = 0; i < operations; i++) {
+    for (int i = 0; i < OPERATIONS; i++) {
+        if (late)
+            (void)kill(watcher, SIGSTOP);
         Do(static_cast<int>(Below(8)));
         if (Below(10) == 0) {
+            (void)kill(watcher, SIGCONT);
             usleep(static_cast<useconds_t>(Below(500000)));
             history += "pause\n";
         }
     }
+    (void)kill(watcher, SIGCONT);
     ExpectLikeRebuild();
     if (HasFailure())
-        std::cout << "seed " << seed << '\n' << history;
+        std::cout << history;
 }
 
 TEST_P(WatchRandom, WorkInBursts)
 {
-    const char *seed = getenv("GTEST_WATCH_SEED");  // to try others by hand
-    Work(seed ? static_cast<unsigned>(atoi(seed)) : 1, 200);
+    Work(false);
+}
+
+TEST_P(WatchRandom, WorkThatIsReadLate)
+{
+    Work(true);
 }
