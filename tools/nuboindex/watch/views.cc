@@ -94,7 +94,7 @@ static void FolderScan(Views &views, const std::string &name, const std::string 
         struct stat status;
         unsigned char type = entry->d_type;
         if (type == DT_UNKNOWN && fstatat(dirfd(dir), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0)
-            type = IFTODT(status.st_mode);
+            type = static_cast<unsigned char>(IFTODT(status.st_mode));
         if (type == DT_DIR)
             folders.push_back(child);
         else if (type == DT_LNK)
