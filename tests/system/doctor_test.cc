@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -244,6 +245,32 @@ TEST_F(DoctorCommand, AFolderThatCannotBeRead)
     chmod("/volume1/video/Secret", 0755);
     diagnosis = DoctorWithoutOverride();
     EXPECT_TRUE(Found(diagnosis, "cannot be read").is_null()) << TextOf(diagnosis);
+}
+
+static constexpr char WATCH_STATE[] = "/var/run/nuboindex-watch.state";
+
+TEST_F(DoctorCommand, AWatcherThatHasDied)
+{
+    FileWrite(WATCH_STATE, "pid 999999\nsource inotify\nend\n");
+    (void)OnlyFault("the watcher has died, so nobody tells of changes in the shares");
+    fs::remove(WATCH_STATE);
+    EXPECT_TRUE(IsSound());
+}
+
+TEST_F(DoctorCommand, AWatcherThatIsDegradedOrAtItsLimit)
+{
+    int file = open(WATCH_STATE, O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    ASSERT_EQ(flock(file, LOCK_EX), 0);  // as a running watcher does
+    FileAppend(WATCH_STATE, "pid 2\nsource inotify\ndegraded comparing, events were lost\nend\n");
+    (void)OnlyFault("the index may differ from the shares: comparing, events were lost");
+
+    static constexpr char LIMIT[] = "7 folders are not watched: fs.inotify.max_user_watches is too small";
+    FileWrite(WATCH_STATE, std::string("pid 2\nsource inotify\nlimit ") + LIMIT + "\nend\n");
+    EXPECT_TRUE(OnlyFault(LIMIT).starts_with("sysctl fs.inotify.max_user_watches="));
+
+    FileWrite(WATCH_STATE, "pid 2\nsource inotify\nend\n");
+    EXPECT_TRUE(IsSound());
+    close(file);
 }
 
 TEST_F(DoctorCommand, PhotosThatAreSwitchedOffAreANote)

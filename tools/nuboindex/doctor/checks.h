@@ -16,6 +16,9 @@ void SharesCheck(Findings &findings);
 // Every folder of the shares: can it be read?
 void FoldersCheck(Findings &findings);
 
+// The watcher: dead, behind, or at a limit.
+void WatcherCheck(Findings &findings);
+
 // The programs that the daemon starts or wakes.
 void ProgramsCheck(Findings &findings);
 

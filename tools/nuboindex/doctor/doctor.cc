@@ -7,8 +7,8 @@
 static Findings FindingsCollect()
 {
     Findings findings;
-    for (auto check : {RightsCheck, DaemonCheck, SharesCheck, FoldersCheck, ProgramsCheck, DatabasesCheck,
-                       DisksCheck, FilesCheck})
+    for (auto check : {RightsCheck, DaemonCheck, SharesCheck, WatcherCheck, FoldersCheck, ProgramsCheck,
+                       DatabasesCheck, DisksCheck, FilesCheck})
         check(findings);
     return findings;
 }
