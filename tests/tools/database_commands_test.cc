@@ -149,7 +149,7 @@ TEST_F(DatabaseCommands, RowsOfAllBoxesAreListedWithTheirBoxes)
     ASSERT_EQ(RunTool({"setup"}).status, 0);
     SongSave("/volume1/music/b.mp3");
     std::string box = PlatformSetting("box");
-    std::string expected = box + "\t\t\t\t\t\t/volume1/music/b.mp3\n";
+    std::string expected = box + ",,,,,,/volume1/music/b.mp3\n";
     if (OnServer()) {
         for (const char *other : {"cellar", "annex"}) {
             BoxBecome(other);
@@ -157,17 +157,17 @@ TEST_F(DatabaseCommands, RowsOfAllBoxesAreListedWithTheirBoxes)
             SongSave("/volume1/music/a.mp3");
         }
         BoxBecome("attic");
-        expected =
-            "annex\t\t\t\t\t\t/volume1/music/a.mp3\n" + expected + "cellar\t\t\t\t\t\t/volume1/music/a.mp3\n";
+        expected = "annex,,,,,,/volume1/music/a.mp3\n" + expected + "cellar,,,,,,/volume1/music/a.mp3\n";
     }
     ToolResult result = RunTool({"list", "music", "--all-boxes"});
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(result.out, expected);
+    EXPECT_EQ(result.out, "box,title,artist,album,time,kbit/s,path\n" + expected);
     json rows = json::parse(RunTool({"list", "music", "--all-boxes", "--json"}).out);
     ASSERT_EQ(rows.size(), OnServer() ? 3u : 1u);
     EXPECT_EQ(rows[0]["box"], OnServer() ? "annex" : box);
     EXPECT_EQ(rows.back()["box"], OnServer() ? "cellar" : box);
-    EXPECT_EQ(RunTool({"list", "music"}).out, "\t\t\t\t\t/volume1/music/b.mp3\n");
+    EXPECT_EQ(RunTool({"list", "music"}).out,
+              "title,artist,album,time,kbit/s,path\n,,,,,/volume1/music/b.mp3\n");
     EXPECT_EQ(RunTool({"list", "video", "--all-boxes", "--json"}).out, "[]\n");
 }
 
@@ -177,9 +177,10 @@ TEST_F(DatabaseCommands, AlbumsOfAllBoxesAreListedWithTheirBoxes)
     ASSERT_EQ(
         PhotoDBExec("insert into photo_share values(1, 'Sea', '', '', 'true', 0, '', 'true', 'true', '1')"), 1);
     std::string box = PlatformSetting("box");
-    EXPECT_EQ(RunTool({"list", "albums", "--all-boxes"}).out, box + "\tSea\tyes\t\t1\n");
+    EXPECT_EQ(RunTool({"list", "albums", "--all-boxes"}).out,
+              "box,album,public,users,id\n" + box + ",Sea,yes,,1\n");
     EXPECT_EQ(json::parse(RunTool({"list", "albums", "--all-boxes", "--json"}).out)[0]["box"], box);
-    EXPECT_EQ(RunTool({"list", "albums"}).out, "Sea\tyes\t\t1\n");
+    EXPECT_EQ(RunTool({"list", "albums"}).out, "album,public,users,id\nSea,yes,,1\n");
     EXPECT_FALSE(json::parse(RunTool({"list", "albums", "--json"}).out)[0].contains("box"));
 }
 

@@ -13,6 +13,8 @@
 
 using nlohmann::json;
 
+static const std::string ALBUM_HEAD = "album,public,users,id\n";
+
 static constexpr char QUEUED[] = "queued; the daemon is not running\n";
 
 struct PhotoCommands : testing::Test {
@@ -168,13 +170,12 @@ TEST_F(PhotoCommands, AnAlbumThatExistsChangesAtOnceWithItsSubAlbumsAndNoOther)
     MakeFolder(share + "/A_");
     EXPECT_EQ(RunTool({"publish", share + "/A_", "yes"}).out, "done, sub-albums included: 1\n");
     EXPECT_EQ(RunTool({"list", "albums"}).out,
-              "A\tno\t\t1\nA/x\tno\t\t2\nAB\tno\t\t5\nAB/x\tno\t\t6\nA_\tyes\t\t3\nA_/x\tyes\t\t4\n"
-              "a\tno\t\t7\na/x\tno\t\t8\n");
+              ALBUM_HEAD +
+                  "A,no,,1\nA/x,no,,2\nAB,no,,5\nAB/x,no,,6\nA_,yes,,3\nA_/x,yes,,4\na,no,,7\na/x,no,,8\n");
     EXPECT_EQ(RunTool({"publish", share + "/A_", "no"}).status, 0);
     MakeFolder(share + "/A/x");
     EXPECT_EQ(RunTool({"publish", share + "/A/x", "yes"}).out, "done\n");
-    EXPECT_EQ(RunTool({"list", "albums"}).out.find("A/x\tyes"),
-              RunTool({"list", "albums"}).out.find("yes") - 4);
+    EXPECT_EQ(RunTool({"list", "albums"}).out.find("A/x,yes"), RunTool({"list", "albums"}).out.find("yes") - 4);
     EXPECT_EQ(Queue(), "");
     EXPECT_NE(access((share + "/@eaDir").c_str(), F_OK), 0);
 }
@@ -186,7 +187,7 @@ TEST_F(PhotoCommands, NamesCannotLeaveTheStatement)
     AlbumSave(2, "x'' or ''1''=''1", false, false);
     MakeFolder(share + "/" + name);
     EXPECT_EQ(RunTool({"publish", share + "/" + name, "yes"}).out, "done\n");
-    EXPECT_EQ(RunTool({"list", "albums"}).out, "Other\tno\t\t1\n" + name + "\tyes\t\t2\n");
+    EXPECT_EQ(RunTool({"list", "albums"}).out, ALBUM_HEAD + "Other,no,,1\n" + name + ",yes,,2\n");
 }
 
 TEST_F(PhotoCommands, PublishSaysWhatIsNoAlbum)
@@ -221,7 +222,7 @@ TEST_F(PhotoCommands, AlbumsAreListedWithWhoMaySeeThem)
     ASSERT_EQ(PhotoDBExec("Insert into photo_access_right Values (1024, 2, 'x')"), 1);
     ASSERT_EQ(
         PhotoDBExec("Update photo_share set cover = '/var/services/photo/Family/c.jpg' where shareid = 2"), 1);
-    EXPECT_EQ(RunTool({"list", "albums"}).out, "Family\tno\t1024 1026\t2\nTrips\tyes\t\t1\n");
+    EXPECT_EQ(RunTool({"list", "albums"}).out, ALBUM_HEAD + "Family,no,1024 1026,2\nTrips,yes,,1\n");
     std::string table = RunTool({"list", "albums"}, 80).out;
     EXPECT_TRUE(table.starts_with("ALBUM")) << table;
     json albums = json::parse(RunTool({"list", "--json", "albums"}).out);
@@ -229,6 +230,8 @@ TEST_F(PhotoCommands, AlbumsAreListedWithWhoMaySeeThem)
     EXPECT_EQ(albums[0], json::parse(R"({"kind":"album","album":"Family","id":2,"public":false,
         "users":[1024,1026],"cover":"/var/services/photo/Family/c.jpg"})"));
     EXPECT_EQ(albums[1]["public"], true);
+    std::string lines = RunTool({"list", "--json-lines", "albums"}).out;
+    EXPECT_EQ(json::parse(lines.substr(0, lines.find('\n'))), albums[0]);
 }
 
 TEST_F(PhotoCommands, ShowTellsWhatTheGalleryShows)

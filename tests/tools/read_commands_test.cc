@@ -1,4 +1,4 @@
-// The sub-commands that read: status, list, show, failures, on real databases.
+// The sub-commands that read: status, show, failures, on real databases.
 #include <gtest/gtest.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -23,8 +23,6 @@ struct Databases : testing::Test {
     {
         NUBOIndexMusicTableDirtySet(0);
     }
-};
-struct ListCommand : Databases {
 };
 struct ShowCommand : Databases {
 };
@@ -84,67 +82,6 @@ static void LibrarySave()
     ASSERT_EQ(MediaInfoDBSave(MEDIA_KIND_PLAYLIST, &playlist), 0);
     MakeFolder(Scratch("/volume1/music/A"));
     ASSERT_EQ(MediaInfoDBDirSave(Scratch("/volume1/music/A").c_str()), 0);
-}
-
-TEST_F(ListCommand, EveryKindHasItsColumns)
-{
-    LibrarySave();
-    const struct {
-        const char *kind;
-        std::string lines;
-    } cases[] = {
-        {"music", "Song\tArtist\tAlbum\t4:14\t192\t/volume1/music/A/b.mp3\n"},
-        {"video", "Film\t1:30:00\t1920x1080\t4500\t/volume1/video/v.mkv\n"},
-        {"photo", "p\t2024-5-6 7:8:9\t640x480\tCamera 1\t/volume1/photo/p.jpg\n"},
-        {"playlist", "l\t/volume1/music/l.m3u\n"},
-        {"directory", Scratch("/volume1/music/A") + "\n"},
-    };
-    for (const auto &c : cases) {
-        ToolResult result = RunTool({"list", c.kind});
-        EXPECT_EQ(result.status, 0) << result.err;
-        EXPECT_EQ(result.out, c.lines);
-    }
-}
-
-TEST_F(ListCommand, RowsComeInTheOrderOfTheirPathsAndUnknownValuesAreEmpty)
-{
-    for (const char *path : {"/b.mp3", "/a.mp3", "/\xff.mp3", "/B.mp3"}) {
-        MediaInfoRecord record = Record(path, "");
-        ASSERT_EQ(MediaInfoDBSave(MEDIA_KIND_MUSIC, &record), 0);
-    }
-    EXPECT_EQ(RunTool({"list", "music"}).out, "\t\t\t\t\t/B.mp3\n\t\t\t\t\t/a.mp3\n\t\t\t\t\t/b.mp3\n"
-                                              "\t\t\t\t\t/\\xff.mp3\n");
-}
-
-TEST_F(ListCommand, OnATerminalItIsATableThatFits)
-{
-    SongSave();
-    EXPECT_EQ(RunTool({"list", "music"}, 100).out, "TITLE ARTIST ALBUM TIME KBIT/S PATH\n"
-                                                   "Song  Artist Album 4:14    192 /volume1/music/A/b.mp3\n");
-}
-
-TEST_F(ListCommand, JsonIsOneArrayWithOneRowALine)
-{
-    EXPECT_EQ(RunTool({"list", "music", "--json"}).out, "[]\n");
-    SongSave();
-    MediaInfoRecord record = Record("/volume1/music/\xe9t\xe9.mp3", "x");
-    ASSERT_EQ(MediaInfoDBSave(MEDIA_KIND_MUSIC, &record), 0);
-
-    ToolResult result = RunTool({"list", "music", "--json"});
-    json rows = json::parse(result.out);
-    ASSERT_EQ(rows.size(), 2u);
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 4);
-    EXPECT_EQ(rows[0]["path"], "/volume1/music/A/b.mp3");
-    EXPECT_EQ(rows[0]["duration"], 253.5);
-    EXPECT_FALSE(rows[0].contains("path_percent"));
-    EXPECT_EQ(rows[1]["path"], "/volume1/music/\xef\xbf\xbdt\xef\xbf\xbd.mp3");
-    EXPECT_EQ(rows[1]["path_percent"], "/volume1/music/%e9t%e9.mp3");
-}
-
-TEST_F(ListCommand, AnUnknownKindIsAUsageError)
-{
-    EXPECT_EQ(RunTool({"list", "songs"}).status, 2);
-    EXPECT_EQ(RunTool({"list"}).status, 2);
 }
 
 TEST_F(ShowCommand, PrintsWhatIsKnownWithUnits)

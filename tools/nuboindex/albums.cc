@@ -50,12 +50,12 @@ static std::string Joined(const std::vector<std::string> &words)
     return text;
 }
 
-static void TablePrint(const std::vector<Album> &albums, bool all_boxes, const Output &output)
+static void TablePrint(const std::vector<Album> &albums, bool all_boxes, TextForm form, const Output &output)
 {
     std::vector<TableColumn> heads = {{"ALBUM", false}, {"PUBLIC", false}, {"USERS", false}, {"ID", true}};
     if (all_boxes)
         heads.insert(heads.begin(), {"BOX", false});
-    TextTable table(output, heads);
+    TextTable table(output, heads, form);
     for (const Album &album : albums) {
         std::vector<std::string> cells = {album.name, album.is_public ? "yes" : "no", Joined(album.users),
                                           album.id};
@@ -83,22 +83,20 @@ static Json AlbumJson(const Album &album)
     return object;
 }
 
-bool AlbumsPrint(bool all_boxes, bool as_json, const Output &output)
+bool AlbumsPrint(bool all_boxes, ListForm form, const Output &output)
 {
     std::vector<Album> albums;
     bool read = BoxesRead(all_boxes, output, [&](const std::string &box) { return AlbumsRead(box, albums); });
     if (!read && !all_boxes)
         return false;
-    if (!as_json) {
-        TablePrint(albums, all_boxes, output);
+    if (form == LIST_TABLE || form == LIST_CSV) {
+        TablePrint(albums, all_boxes, TextFormOf(form), output);
         return read;
     }
-    const char *between = "[\n";
-    for (const Album &album : albums) {
-        output.out << between << JsonDump(AlbumJson(album), output, -1);
-        between = ",\n";
-    }
-    output.out << (albums.empty() ? "[]\n" : "\n]\n");
+    JsonRows rows(output, form);
+    for (const Album &album : albums)
+        rows.Add(AlbumJson(album));
+    rows.Finish();
     return read;
 }
 

@@ -1,7 +1,9 @@
 // Decoding is left to the C library, in a locale that does not depend on the caller's.
 #include "printable.h"
 
+#include <limits.h>
 #include <locale.h>
+#include <stdint.h>
 #include <string.h>
 #include <wchar.h>
 #include <wctype.h>
@@ -56,6 +58,18 @@ std::string PrintableText(std::string_view text)
         }
     });
     return printable;
+}
+
+std::string FoldedText(std::string_view text)
+{
+    std::string folded;
+    CharactersVisit(text, [&](std::string_view bytes, wint_t wide) {
+        char lower[MB_LEN_MAX];
+        mbstate_t state = {};
+        size_t length = wide == WEOF ? SIZE_MAX : wcrtomb(lower, static_cast<wchar_t>(towlower(wide)), &state);
+        folded += length <= sizeof lower ? std::string_view(lower, length) : bytes;
+    });
+    return folded;
 }
 
 bool IsUtf8(std::string_view text)

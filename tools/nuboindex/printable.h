@@ -16,6 +16,9 @@ std::string PrintableText(std::string_view text);
 void CharactersVisit(std::string_view text,
                      const std::function<void(std::string_view bytes, wint_t wide)> &visit);
 
+// For comparisons without regard to case.
+std::string FoldedText(std::string_view text);
+
 bool IsUtf8(std::string_view text);
 
 // The bytes with all but ASCII letters, digits and "-._~/" written as %HH.

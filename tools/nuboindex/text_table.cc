@@ -1,6 +1,7 @@
 // Alignment is libsmartcols' work. It measures characters in the locale, which is set to UTF-8 meanwhile.
 #include "text_table.h"
 
+#include <ctype.h>
 #include <libsmartcols/libsmartcols.h>
 #include <locale.h>
 #include <stdlib.h>
@@ -10,8 +11,41 @@
 #include "printable.h"
 
 TextTable::TextTable(const Output &where, std::vector<TableColumn> what)
-    : output(where), columns(std::move(what))
+    : TextTable(where, std::move(what), where.width > 0 ? TEXT_TABLE : TEXT_TABS)
 {
+}
+
+TextTable::TextTable(const Output &where, std::vector<TableColumn> what, TextForm how)
+    : output(where), columns(std::move(what)), form(how)
+{
+}
+
+static std::string Lower(std::string text)
+{
+    for (char &byte : text)
+        byte = static_cast<char>(tolower(static_cast<unsigned char>(byte)));
+    return text;
+}
+
+static std::string Quoted(const std::string &cell)
+{
+    if (cell.find_first_of(",\"") == std::string::npos)
+        return cell;
+    std::string quoted = "\"";
+    for (char byte : cell)
+        quoted += byte == '"' ? "\"\"" : std::string(1, byte);
+    return quoted + '"';
+}
+
+void TextTable::LinePrint(const std::vector<std::string> &cells) const
+{
+    for (size_t i = 0; i < cells.size(); i++) {
+        if (form == TEXT_CSV)
+            output.out << (i ? "," : "") << Quoted(cells[i]);
+        else
+            output.out << (i ? "\t" : "") << cells[i];
+    }
+    output.out << '\n';
 }
 
 void TextTable::Add(const std::vector<std::string> &cells)
@@ -19,13 +53,18 @@ void TextTable::Add(const std::vector<std::string> &cells)
     std::vector<std::string> row;
     for (const std::string &cell : cells)
         row.push_back(PrintableText(cell));
-    if (output.width > 0) {
+    if (form == TEXT_TABLE) {
         rows.push_back(std::move(row));
         return;
     }
-    for (size_t i = 0; i < row.size(); i++)
-        output.out << (i ? "\t" : "") << row[i];
-    output.out << '\n';
+    if (form == TEXT_CSV && is_empty) {
+        std::vector<std::string> heads;
+        for (const TableColumn &column : columns)
+            heads.push_back(Lower(column.header));
+        LinePrint(heads);
+    }
+    is_empty = false;
+    LinePrint(row);
 }
 
 using ScolsTable = std::unique_ptr<libscols_table, decltype(&scols_unref_table)>;
@@ -67,7 +106,7 @@ static std::string TableBuild(const std::vector<TableColumn> &columns,
 
 void TextTable::Print()
 {
-    if (output.width == 0 || rows.empty())
+    if (rows.empty())
         return;
     static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     locale_t before = uselocale(utf8);

@@ -1,4 +1,4 @@
-// Rows of text: an aligned table on a terminal, lines with tabs elsewhere.
+// Rows of text: an aligned table on a terminal, lines with tabs or comma-separated values elsewhere.
 #pragma once
 
 #include <string>
@@ -11,17 +11,27 @@ struct TableColumn {
     bool is_number;  // to the right, never shortened
 };
 
-// On a terminal: headers, and long texts shortened so that a row fits the width. Elsewhere: no headers, nothing
-// shortened. Cells may hold any bytes.
+enum TextForm {
+    TEXT_TABLE,  // headers, and long texts shortened so that a row fits the terminal
+    TEXT_TABS,   // no headers, nothing shortened
+    TEXT_CSV,    // headers in lower case before the first row, nothing shortened
+};
+
+// Without a form it is a table on a terminal and tabs elsewhere. Cells may hold any bytes; a row stays one line.
 class TextTable
 {
   public:
     TextTable(const Output &output, std::vector<TableColumn> columns);
+    TextTable(const Output &output, std::vector<TableColumn> columns, TextForm form);
     void Add(const std::vector<std::string> &cells);  // one per column
     void Print();                                     // to be called once, behind the last row
 
   private:
+    void LinePrint(const std::vector<std::string> &cells) const;
+
     const Output &output;
     std::vector<TableColumn> columns;
-    std::vector<std::vector<std::string>> rows;  // kept for a terminal only
+    TextForm form;
+    bool is_empty = true;
+    std::vector<std::vector<std::string>> rows;  // kept for a table only
 };
