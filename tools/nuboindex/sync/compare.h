@@ -34,6 +34,8 @@ struct Comparison {
     std::vector<SyncFinding> findings;
     std::vector<std::string> unreadable;
     std::vector<std::string> absent_folders;
+    std::vector<std::string>
+        vanished;  // folders that the walk has missed: those that are back are no longer known
     std::unordered_set<std::string> kept;  // rows at and below these do not count as gone
 };
 
@@ -48,6 +50,10 @@ void UnseenRowsCompare(Comparison &comparison, const Place &place);
 
 // Does a path, or a folder above it, keep its rows?
 bool IsKept(const Comparison &comparison, std::string path);
+
+// To be called when both sides are compared: takes back what the walk took for gone and what is there after all, as a
+// disk that comes and goes makes it look.
+void ReturnedKeep(Comparison &comparison);
 
 // Joins what differs below new folders, drops doubles, and puts the findings in the order of their paths.
 void FindingsFold(Comparison &comparison);

@@ -19,7 +19,7 @@ static void DigitsWrite(char *out, int number, int digits)
 std::string RowTimeText(time_t when)
 {
     struct tm parts;
-    if (!localtime_r(&when, &parts) || parts.tm_year + 1900 < 1000 || parts.tm_year + 1900 > 9999)
+    if (!localtime_r(&when, &parts) || parts.tm_year + 1900 < 0 || parts.tm_year + 1900 > 9999)
         return "";
     char text[] = "0000-00-00 00:00:00";
     DigitsWrite(text, parts.tm_year + 1900, 4);

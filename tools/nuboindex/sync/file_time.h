@@ -11,7 +11,8 @@
 bool MediaRowMatches(const IndexRow &row, const std::string &path, const struct statx &status);
 bool GalleryRowMatches(const IndexRow &row, const struct statx &status);
 
-// A time as the media database writes it; empty for a year that has not four digits.
+// A time as the media database writes it; empty for a year of more than four digits or before the
+// first.
 std::string RowTimeText(time_t when);
 
 // While it lives, local time is that of the running daemon, where its environment can be seen: a user's own TZ would

@@ -70,7 +70,9 @@ bool IsAlbumFolder(const Gallery &gallery, const std::string &path)
     std::string name = path.substr(ALBUM_ROOT_LENGTH);  // with its slash
     if (name.find("/.") != std::string::npos || name.find(ATTRIBUTE_FOLDER) != std::string::npos)
         return false;
-    return !name.ends_with("/#recycle") && SqlLiteralOf(name.substr(1)).size() <= ALBUM_NAME_MAX;
+    if ((name + '/').find("/#recycle/") != std::string::npos)
+        return false;
+    return SqlLiteralOf(name.substr(1)).size() <= ALBUM_NAME_MAX;
 }
 
 bool TakesSingle(const Gallery &gallery, const std::string &path)

@@ -91,12 +91,22 @@ static void GoneFound(Comparison &comparison, const std::string &path, bool is_f
     comparison.findings.push_back({'-', path, is_folder, cure, top});
 }
 
+// A path that is missing proves nothing unless its share was there at that very moment, before and after.
+static bool IsShareThere(Comparison &comparison, const Share &share)
+{
+    if (share.state != SHARE_PRESENT || IsShareUnchanged(share))
+        return true;
+    Unreadable(comparison, WithoutSlash(share.root));
+    return false;
+}
+
 static void GoneCompare(Comparison &comparison, const Place &place, const std::string &path, bool is_folder,
                         bool is_reachable, GoneFolder &gone)
 {
     if (gone.top.empty() || !IsAtOrBelow(path, gone.top)) {
         std::string top = GoneTop(comparison, place, path);
-        if (top.empty() || IsDiskMissing(comparison, top, is_folder || top != path, gone))
+        if (top.empty() || !IsShareThere(comparison, *place.share) ||
+            IsDiskMissing(comparison, top, is_folder || top != path, gone))
             return;
         std::string limit = WithoutSlash(place.folder);
         gone.top = top.size() < limit.size() ? limit : top;
@@ -188,4 +198,29 @@ void UnseenRowsCompare(Comparison &comparison, const Place &place)
             RowCompare(comparison, place, table, row, gone);
     }
     AlbumsCompare(comparison, place);
+}
+
+static bool IsThere(const std::string &path)
+{
+    struct statx status;
+    return PathStatus(path, &status) == 0;
+}
+
+void ReturnedKeep(Comparison &comparison)
+{
+    for (const std::string &folder : comparison.vanished) {
+        if (IsThere(folder))
+            Unreadable(comparison, folder);
+    }
+    std::string top;
+    bool is_back = false;
+    std::erase_if(comparison.findings, [&](const SyncFinding &finding) {
+        if (finding.sign != '-' || IsKept(comparison, finding.path))
+            return finding.sign == '-';
+        if (finding.top != top) {
+            top = finding.top;
+            is_back = IsThere(top);
+        }
+        return is_back;
+    });
 }

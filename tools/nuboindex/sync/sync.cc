@@ -133,6 +133,7 @@ static void Compare(SyncRunState &run)
     EmptySharesKeep(run);
     for (const Place &place : run.places)
         UnseenRowsCompare(run.comparison, place);
+    ReturnedKeep(run.comparison);
     VanishedSharesKeep(run);
     FindingsFold(run.comparison);
 }

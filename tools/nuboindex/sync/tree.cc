@@ -104,8 +104,7 @@ static void FolderVisit(std::string path, TreeStack &stack, const TreeVisit &vis
         return;
     DIR *dir = opendir(path.c_str());
     if (!dir) {
-        if (!IsNothingThere(errno))
-            visit.unreadable(path);
+        IsNothingThere(errno) ? visit.vanished(path) : visit.unreadable(path);
         return;
     }
     std::vector<TreeEntry> entries;
@@ -136,8 +135,7 @@ void TreeWalk(const std::string &path, const TreeVisit &visit)
 {
     struct statx status;
     if (PathStatus(path, &status) != 0) {
-        if (!IsNothingThere(errno))
-            visit.unreadable(path);
+        IsNothingThere(errno) ? visit.vanished(path) : visit.unreadable(path);
         return;
     }
     if (!S_ISDIR(status.stx_mode)) {

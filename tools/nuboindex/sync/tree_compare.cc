@@ -95,5 +95,6 @@ void TreeCompare(Comparison &comparison, const Place &place)
         comparison.unreadable.push_back(path);
         comparison.kept.insert(path);
     };
+    visit.vanished = [&](const std::string &path) { comparison.vanished.push_back(path); };
     TreeWalk(place.folder, visit);
 }
