@@ -18,6 +18,8 @@
 
 #include "nlib/config.h"
 #include "nubodb/database.h"
+#include "nubodb/line_file.h"
+#include "nubodb/missed_requests.h"
 
 static constexpr char EVERY_PHOTO[] = "R:photo";
 static constexpr int TAKE_OVERS_MAX = 100;  // of the queue, in a row; the daemon needs ten seconds for one
@@ -53,47 +55,12 @@ static void NotesUnlock(int lock)
 
 // --- writing
 
-// Behind a torn last line a new one begins.
-static std::string LinesBehind(int file, off_t size, const std::string &lines)
-{
-    char last = '\n';
-    bool torn = size > 0 && pread(file, &last, 1, size - 1) == 1 && last != '\n';
-    return torn ? "\n" + lines : lines;
-}
-
-// Writes all of it or, as far as that can be had, nothing. 0; -1 with errno.
-static int LinesWrite(int file, const char *path, const std::string &lines)
-{
-    struct stat before = {};
-    (void)fstat(file, &before);
-    std::string text = LinesBehind(file, before.st_size, lines);
-    ssize_t written = write(file, text.data(), text.size());
-    if (written == static_cast<ssize_t>(text.size()))
-        return 0;
-    int error = written < 0 ? errno : ENOSPC;
-    if (written > 0 && ftruncate(file, before.st_size) != 0)
-        syslog(LOG_ERR, "nubodb: %s: a line was cut off", path);
-    errno = error;
-    return -1;
-}
-
-// The file's mode does not depend on the umask, which is 0 in the daemon.
-static int AppendOpen(const char *path, mode_t mode)
-{
-    int file = open(path, O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0600);
-    if (file >= 0 && fchmod(file, mode) != 0)
-        syslog(LOG_WARNING, "nubodb: %s: %s", path, strerror(errno));
-    if (file < 0 && errno == EEXIST)
-        file = open(path, O_RDWR | O_APPEND | O_CLOEXEC | O_NONBLOCK);
-    return file;
-}
-
 static int NotesAppend(const std::string &lines)
 {
     int lock = NotesLock();
     std::string path = NotesPath();
-    int file = AppendOpen(path.c_str(), 0644);
-    int result = file < 0 ? -1 : LinesWrite(file, path.c_str(), lines);
+    int file = LineFileOpen(path.c_str(), 0644);
+    int result = file < 0 ? -1 : LineFileAppend(file, path.c_str(), lines);
     int error = errno;
     if (file >= 0)
         close(file);
@@ -117,37 +84,12 @@ static void UnwrittenWrite()
     }
 }
 
-// --- reading
-
-static std::vector<std::string> LinesOf(FILE *file)
-{
-    std::vector<std::string> lines;
-    char *line = nullptr;
-    size_t capacity = 0;
-    for (ssize_t length = 0; (length = getline(&line, &capacity, file)) > 0;)
-        if (length > 1 && line[length - 1] == '\n')
-            lines.emplace_back(line, static_cast<size_t>(length) - 1);
-    free(line);
-    return lines;
-}
-
-static std::vector<std::string> LinesRead(const std::string &path)
-{
-    std::vector<std::string> lines;
-    FILE *file = fopen(path.c_str(), "re");
-    if (file) {
-        lines = LinesOf(file);
-        fclose(file);
-    }
-    return lines;
-}
-
 size_t MissedCount()
 {
     size_t in_memory = 0;
     for (char byte : unwritten)
         in_memory += byte == '\n';
-    return LinesRead(NotesPath()).size() + LinesRead(NotesPath() + ".queued").size() + in_memory;
+    return LineFileRead(NotesPath()).size() + LineFileRead(NotesPath() + ".queued").size() + in_memory;
 }
 
 // --- noting
@@ -172,7 +114,7 @@ static void LineAdd(const std::string &line)
 
 static void RenamesAdd()
 {
-    for (const std::string &line : LinesRead(std::string(PlatformSetting("queue")) + ".tmp")) {
+    for (const std::string &line : LineFileRead(std::string(PlatformSetting("queue")) + ".tmp")) {
         if (line.starts_with("N:"))
             LineAdd(line);
     }
@@ -203,25 +145,6 @@ void MissedBatchBegin()
 
 // --- queueing
 
-static bool IsThere(const std::string &path, bool *is_folder)
-{
-    struct stat status;
-    if (stat(path.c_str(), &status) != 0)
-        return false;
-    *is_folder = S_ISDIR(status.st_mode);
-    return true;
-}
-
-// What the rename left behind may have come back meanwhile, and the media rows below it go by its name alone.
-static std::string RenameRequest(const std::string &change)
-{
-    size_t colon = change.find(':', 2);
-    bool is_folder = false;
-    if (colon == change.npos || !IsThere(change.substr(colon + 1), &is_folder))
-        return change + "\n";
-    return change + "\nA:" + change.substr(colon + 1) + "\n";
-}
-
 // Done here and not by a request, which would come behind the requests that wait already and undo them. 0 or -1.
 static int TablesEmpty(const std::vector<std::string> &changes)
 {
@@ -233,55 +156,6 @@ static int TablesEmpty(const std::vector<std::string> &changes)
             return -1;
     }
     return 0;
-}
-
-// What empties a table where that cannot be done here.
-static std::string EmptyingRequests(const std::vector<std::string> &changes, int *count)
-{
-    std::string requests;
-    for (const std::string &change : changes) {
-        if (change.starts_with("T:")) {
-            requests += change + "\n";
-            ++*count;
-        }
-    }
-    return requests;
-}
-
-// Empty for what is no change of ours: power failures leave odd lines.
-static std::string RequestFor(const std::string &change)
-{
-    if (change.starts_with("N:"))
-        return RenameRequest(change);
-    if (change.starts_with("R:"))
-        return change + "\n";
-    if ((change[0] != 'f' && change[0] != 's') || change[1] != '/')
-        return "";
-    std::string path = change.substr(1);
-    bool is_folder = false;
-    if (!IsThere(path, &is_folder))
-        return "D:" + path + "\n";
-    bool only_itself = change[0] == 'f' && is_folder;
-    return (only_itself ? "a:" : "A:") + path + "\n";
-}
-
-// Each once, where it was missed first; the pass over the photos comes behind everything.
-static std::string RequestsFor(const std::vector<std::string> &changes, int *count)
-{
-    std::set<std::string> seen;
-    std::string requests;
-    bool every_photo = false;
-    for (const std::string &change : changes) {
-        every_photo = every_photo || change == EVERY_PHOTO;
-        if (change != EVERY_PHOTO && seen.insert(change).second)
-            requests += RequestFor(change);
-    }
-    if (every_photo)
-        requests += RequestFor(EVERY_PHOTO);
-    *count = 0;
-    for (char byte : requests)
-        *count += byte == '\n';
-    return requests;
 }
 
 static bool IsStillTheQueue(int queue, const char *path)
@@ -297,10 +171,10 @@ static int QueueAppend(const char *path, const std::string &requests)
 {
     errno = EAGAIN;
     for (int attempt = 0; attempt < TAKE_OVERS_MAX; attempt++) {
-        int queue = AppendOpen(path, 0666);
+        int queue = LineFileOpen(path, 0666);
         if (queue < 0)
             return -1;
-        bool failed = LinesWrite(queue, path, requests) < 0 || (fdatasync(queue) != 0 && errno != EINVAL);
+        bool failed = LineFileAppend(queue, path, requests) < 0 || (fdatasync(queue) != 0 && errno != EINVAL);
         int error = errno;
         bool done = !failed && IsStillTheQueue(queue, path);
         close(queue);
@@ -319,10 +193,10 @@ static void UnwrittenQueue()
     if (!text)
         return;
     int count = 0;
-    std::vector<std::string> changes = LinesOf(text);
+    std::vector<std::string> changes = LineFileRest(text);
     fclose(text);
-    std::string requests = RequestsFor(changes, &count);
-    requests = EmptyingRequests(changes, &count) + requests;
+    std::string requests = MissedRequests(changes, &count);
+    requests = MissedEmptyings(changes, &count) + requests;
     if (QueueAppend(PlatformSetting("queue"), requests) < 0)
         return;
     syslog(LOG_NOTICE, "nubodb: %d requests for what the databases missed are queued", count);
@@ -351,10 +225,10 @@ static int NotesQueue(const std::string &notes)
     }
     int count = 0;
     const char *queue = PlatformSetting("queue");
-    std::vector<std::string> changes = LinesRead(taken);
+    std::vector<std::string> changes = LineFileRead(taken);
     if (TablesEmpty(changes) < 0)
         return -1;
-    std::string requests = RequestsFor(changes, &count);
+    std::string requests = MissedRequests(changes, &count);
     if (!requests.empty() && QueueAppend(queue, requests) < 0) {
         syslog(LOG_ERR, "nubodb: %s: %s", queue, strerror(errno));
         return -1;
