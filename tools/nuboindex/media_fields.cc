@@ -73,7 +73,7 @@ static std::string Pixels(const std::string &value)
 static std::string Bytes(const std::string &value)
 {
     std::string text = value + " bytes";
-    int64_t bytes = strtoll(value.c_str(), nullptr, 10);
+    uint64_t bytes = strtoull(value.c_str(), nullptr, 10);
     return bytes < 1024 ? text : text + " (" + SizeText(bytes) + ")";
 }
 

@@ -19,7 +19,7 @@ std::string ClockText(double seconds)
     return text;
 }
 
-std::string SizeText(int64_t bytes)
+std::string SizeText(uint64_t bytes)
 {
     static constexpr const char *UNITS[] = {"KiB", "MiB", "GiB", "TiB"};
     if (bytes < 1024)

@@ -29,7 +29,7 @@ static void DiskCheck(const std::string &folder, const char *use, Findings &find
     if (!is_full && !is_out_of_files)
         return;
     std::string rest =
-        is_full ? SizeText(static_cast<int64_t>(left)) : std::to_string(disk.f_favail) + " files";
+        is_full ? SizeText(left) : std::to_string(disk.f_favail) + " files";
     findings.push_back({"disks", FINDING_FAULT,
                         "the disk of " + folder + " is full, with room for " + rest + ": " + use,
                         "make room there, then: nuboindex retry"});

@@ -61,6 +61,11 @@ static void PartAdd(std::string *text, const std::string &part)
         *text += (text->empty() ? "" : ", ") + part;
 }
 
+static uint64_t Unsigned(int64_t count)
+{
+    return count > 0 ? static_cast<uint64_t>(count) : 0;
+}
+
 // Rate, times and bytes, the most wanted first; those that do not fit the width are left out.
 static std::string SpeedText(const BatchView &view, int width)
 {
@@ -71,7 +76,7 @@ static std::string SpeedText(const BatchView &view, int width)
         parts[1] = ClockText(view.seconds_left) + " left";
     parts[2] = ClockText(view.elapsed) + " so far";
     if (view.is_counted && view.total.bytes > 0 && !view.is_hidden)
-        parts[3] = SizeText(view.done.bytes) + " of " + SizeText(view.total.bytes);
+        parts[3] = SizeText(Unsigned(view.done.bytes)) + " of " + SizeText(Unsigned(view.total.bytes));
     std::string text;
     for (const std::string &part : parts) {
         std::string longer = text;
@@ -226,7 +231,7 @@ std::string SummaryLine(const BatchView &view)
 {
     std::string text = "Done: ";
     if (view.is_counted && view.total.files > 0)
-        text += Counted(view.total.files, "file") + " (" + SizeText(view.total.bytes) + ")";
+        text += Counted(view.total.files, "file") + " (" + SizeText(Unsigned(view.total.bytes)) + ")";
     else
         text += Counted(view.line_count, "request");
     text += " in " + ClockText(view.elapsed);
