@@ -3,7 +3,9 @@
 #include <dirent.h>
 #include <mntent.h>
 #include <stdio.h>
+#include <stdlib.h>
 
+#include "paths_below.h"
 #include "sync/file_time.h"
 #include "sync/tree.h"
 
@@ -52,4 +54,22 @@ bool IsUnmounted(IndexRows &rows, const std::string &folder)
     struct statx status;
     return PathStatus(folder, &status) == 0 &&
            NewestChange(rows, folder) > RowTimeText(status.stx_ctime.tv_sec);
+}
+
+std::string UnmountedAbove(const std::string &folder, const char *table)
+{
+    char *resolved = realpath(folder.c_str(), nullptr);
+    std::string real = resolved ? resolved : folder;
+    free(resolved);
+    FILE *file = setmntent(table, "re");
+    std::string unmounted;
+    while (const mntent *entry = file && unmounted.empty() ? getmntent(file) : nullptr) {
+        std::string place = WithoutSlash(entry->mnt_dir);
+        bool is_wanted = place[0] == '/' && !hasmntopt(entry, MNTOPT_NOAUTO) && IsAtOrBelow(real, place);
+        if (is_wanted && !IsListed("/proc/self/mounts", place))
+            unmounted = place;
+    }
+    if (file)
+        endmntent(file);
+    return unmounted;
 }

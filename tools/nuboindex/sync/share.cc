@@ -11,6 +11,7 @@
 #include "index/share_path.h"
 #include "index_path_of.h"
 #include "paths_below.h"
+#include "sync/mount_point.h"
 #include "sync/tree.h"
 
 static void ShareLook(Share &share)
@@ -29,6 +30,8 @@ static void ShareLook(Share &share)
         share.reason = share.root + ": " + strerror(errno);
     else if (!S_ISDIR(share.status.stx_mode))
         share.reason = share.root + " is no folder";
+    else if (std::string place = UnmountedAbove(share.root); !place.empty())
+        share.reason = "nothing is mounted on " + place + ", where " + share.root + " lies";
     else
         share.state = SHARE_PRESENT;
 }

@@ -9,7 +9,7 @@
 enum ShareState {
     SHARE_PRESENT,
     SHARE_UNLINKED,  // the box has no such share, or has lost its link
-    SHARE_ABSENT,    // the link leads to no folder
+    SHARE_ABSENT,    // the link leads to no folder, or its disk is not mounted
 };
 
 struct Share {
