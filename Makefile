@@ -1,6 +1,7 @@
 # Thin front to CMake and scripts/. Everything but the packages stays inside the tree, in build/ and demo/.
 PRESET ?= release
 JOBS ?= $(shell nproc)
+TEST_JOBS ?= $(shell expr 2 \* $(JOBS))
 CONFIGURE ?=
 MEDIA ?=
 ENGINE ?= sqlite
@@ -34,7 +35,7 @@ build: deps
 	cmake --build --preset $(PRESET) -j $(JOBS)
 
 test: build
-	ctest --preset $(PRESET) -j $(JOBS)
+	ctest --preset $(PRESET) -j $(TEST_JOBS)
 
 demo: build
 	@scripts/demo --build build/$(PRESET) --engine $(ENGINE) $(if $(MEDIA),--media "$(MEDIA)")
