@@ -28,8 +28,7 @@ static void DiskCheck(const std::string &folder, const char *use, Findings &find
         disk.f_files > 0 && disk.f_favail < FILES_MIN && disk.f_favail < disk.f_files / SHARE_MIN;
     if (!is_full && !is_out_of_files)
         return;
-    std::string rest =
-        is_full ? SizeText(left) : std::to_string(disk.f_favail) + " files";
+    std::string rest = is_full ? SizeText(left) : std::to_string(disk.f_favail) + " files";
     findings.push_back({"disks", FINDING_FAULT,
                         "the disk of " + folder + " is full, with room for " + rest + ": " + use,
                         "make room there, then: nuboindex retry"});
