@@ -8,6 +8,7 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <set>
 
 #include "paths_below.h"
@@ -15,6 +16,7 @@
 #include "watch/mount_table.h"
 
 static constexpr size_t READ_SIZE = 64 * 1024;
+static constexpr size_t EVENT_MAX = 4096;  // two handles and two names take less than a quarter
 static constexpr int READS_AT_ONCE = 64;
 static constexpr size_t MOVES_AT_ONCE = 500;
 static constexpr char TOO_MANY[] = "more happened at once than the kernel keeps";
@@ -51,6 +53,7 @@ struct FanotifySource final : EventSource {
     std::string FolderOf(const fanotify_event_info_fid &info, const file_handle &handle);
     std::string PathOf(const fanotify_event_info_header *header);
     void EventAdd(const fanotify_event_metadata &event, std::vector<WatchEvent> &events);
+    void BufferTake(const char *buffer, size_t length, std::vector<WatchEvent> &events);
 };
 
 FanotifySource::~FanotifySource()
@@ -322,21 +325,34 @@ static size_t FolderMovesOf(const std::vector<WatchEvent> &events)
     return count;
 }
 
+// The kernel packs events at multiples of four bytes; their type wants eight.
+void FanotifySource::BufferTake(const char *buffer, size_t length, std::vector<WatchEvent> &events)
+{
+    alignas(fanotify_event_metadata) char space[EVENT_MAX];
+    while (length >= sizeof(fanotify_event_metadata)) {
+        memcpy(space, buffer, std::min(length, sizeof space));
+        const auto *event = reinterpret_cast<const fanotify_event_metadata *>(space);
+        size_t size = event->event_len;
+        if (size < sizeof *event || size > length || size > sizeof space)
+            return;
+        if (event->vers == FANOTIFY_METADATA_VERSION)
+            EventAdd(*event, events);
+        if (event->fd >= 0)
+            close(event->fd);
+        buffer += size;
+        length -= size;
+    }
+}
+
 void FanotifySource::Read(std::vector<WatchEvent> &events)
 {
-    alignas(fanotify_event_metadata) char buffer[READ_SIZE];
+    char buffer[READ_SIZE];
     ssize_t length = 0;
     std::vector<WatchEvent> fresh;
     int reads = 0;
     for (; reads < READS_AT_ONCE && (length = read(queue, buffer, sizeof buffer)) > 0; reads++) {
         last_handle.clear();
-        auto *event = reinterpret_cast<fanotify_event_metadata *>(buffer);
-        for (; FAN_EVENT_OK(event, length); event = FAN_EVENT_NEXT(event, length)) {
-            if (event->vers == FANOTIFY_METADATA_VERSION)
-                EventAdd(*event, fresh);
-            if (event->fd >= 0)
-                close(event->fd);
-        }
+        BufferTake(buffer, static_cast<size_t>(length), fresh);
     }
     MountsClose(mounts);
     size_t moves = FolderMovesOf(fresh);
