@@ -9,8 +9,8 @@
 #include "queue_line.h"
 #include "requests.h"
 
-static constexpr char SINGLE = 'a';
-static constexpr char TREE = 'A';
+static constexpr char ADDED_SINGLE = 'a';
+static constexpr char ADDED_TREE = 'A';
 
 // A folder is added with all that is in it.
 static std::optional<char> LetterFor(const std::string &path, std::string &reason)
@@ -19,9 +19,9 @@ static std::optional<char> LetterFor(const std::string &path, std::string &reaso
     if (stat(path.c_str(), &status) != 0)
         reason = strerror(errno);
     else if (S_ISDIR(status.st_mode))
-        return TREE;
+        return ADDED_TREE;
     else if (S_ISREG(status.st_mode))
-        return SINGLE;
+        return ADDED_SINGLE;
     else
         reason = "neither a file nor a folder";
     return std::nullopt;
@@ -68,7 +68,7 @@ void AddCommandDefine(CLI::App &app, CommandRun &chosen)
     tree->excludes(single);
     WaitOptions options = WaitOptionsDefine(*command);
     command->callback([&chosen, paths, single, tree, options] {
-        char forced = single->count() ? SINGLE : tree->count() ? TREE : '\0';
+        char forced = single->count() ? ADDED_SINGLE : tree->count() ? ADDED_TREE : '\0';
         chosen = [paths, forced, wish = options.Wish()](const Output &output) {
             return AddRun(paths->results(), forced, wish, output);
         };

@@ -6,8 +6,8 @@
 #include "queue_line.h"
 #include "requests.h"
 
-static constexpr char SINGLE = 'd';
-static constexpr char TREE = 'D';
+static constexpr char REMOVED_SINGLE = 'd';
+static constexpr char REMOVED_TREE = 'D';
 
 // What is gone no longer tells whether it was a file or a folder. "D" forgets everything at and below the path,
 // but for the photo of that very name, which only "d" forgets; and a file without an extension has no rows.
@@ -15,7 +15,7 @@ static std::string LettersFor(const std::string &given, const std::string &path)
 {
     size_t name = path.rfind('/') + 1;
     bool may_be_file = !given.ends_with('/') && path.find('.', name) != std::string::npos;
-    return may_be_file ? std::string{SINGLE, TREE} : std::string{TREE};
+    return may_be_file ? std::string{REMOVED_SINGLE, REMOVED_TREE} : std::string{REMOVED_TREE};
 }
 
 static bool IsStillThere(const std::string &path)
@@ -64,7 +64,7 @@ void RemoveCommandDefine(CLI::App &app, CommandRun &chosen)
     CLI::Option *tree = command->add_flag("-t,--tree")->description("each was a folder (request \"D\")");
     tree->excludes(single);
     command->callback([&chosen, paths, single, tree] {
-        std::string forced = single->count() ? std::string{SINGLE} : tree->count() ? std::string{TREE} : "";
+        std::string forced = single->count() ? std::string{REMOVED_SINGLE} : tree->count() ? std::string{REMOVED_TREE} : "";
         chosen = [paths, forced](const Output &output) { return RemoveRun(paths->results(), forced, output); };
     });
 }
