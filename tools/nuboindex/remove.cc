@@ -64,7 +64,9 @@ void RemoveCommandDefine(CLI::App &app, CommandRun &chosen)
     CLI::Option *tree = command->add_flag("-t,--tree")->description("each was a folder (request \"D\")");
     tree->excludes(single);
     command->callback([&chosen, paths, single, tree] {
-        std::string forced = single->count() ? std::string{REMOVED_SINGLE} : tree->count() ? std::string{REMOVED_TREE} : "";
+        std::string forced = single->count() ? std::string{REMOVED_SINGLE}
+                             : tree->count() ? std::string{REMOVED_TREE}
+                                             : "";
         chosen = [paths, forced](const Output &output) { return RemoveRun(paths->results(), forced, output); };
     });
 }
