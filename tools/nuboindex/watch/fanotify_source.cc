@@ -19,6 +19,7 @@ static constexpr size_t READ_SIZE = 64 * 1024;
 static constexpr size_t EVENT_MAX = 4096;  // two handles and two names take less than a quarter
 static constexpr int READS_AT_ONCE = 64;
 static constexpr size_t MOVES_AT_ONCE = 500;
+static constexpr char NOT_UNDERSTOOD[] = "the kernel told of something in a way that is not known";
 static constexpr char TOO_MANY[] = "more happened at once than the kernel keeps";
 static constexpr uint64_t MASK =
     FAN_CREATE | FAN_DELETE | FAN_RENAME | FAN_CLOSE_WRITE | FAN_ATTRIB | FAN_ONDIR;
@@ -325,18 +326,22 @@ static size_t FolderMovesOf(const std::vector<WatchEvent> &events)
     return count;
 }
 
-// The kernel packs events at multiples of four bytes; their type wants eight.
+// The kernel packs events at multiples of four bytes; their type wants eight. What cannot be understood may have been
+// anything.
 void FanotifySource::BufferTake(const char *buffer, size_t length, std::vector<WatchEvent> &events)
 {
     alignas(fanotify_event_metadata) char space[EVENT_MAX];
-    while (length >= sizeof(fanotify_event_metadata)) {
-        memcpy(space, buffer, std::min(length, sizeof space));
-        const auto *event = reinterpret_cast<const fanotify_event_metadata *>(space);
+    const auto *event = reinterpret_cast<const fanotify_event_metadata *>(space);
+    while (length >= sizeof *event) {
+        memcpy(space, buffer, sizeof *event);
         size_t size = event->event_len;
-        if (size < sizeof *event || size > length || size > sizeof space)
+        if (size < sizeof *event || size > length || size > sizeof space ||
+            event->vers != FANOTIFY_METADATA_VERSION) {
+            events.push_back({WATCH_LOST, false, NOT_UNDERSTOOD, ""});
             return;
-        if (event->vers == FANOTIFY_METADATA_VERSION)
-            EventAdd(*event, events);
+        }
+        memcpy(space, buffer, size);
+        EventAdd(*event, events);
         if (event->fd >= 0)
             close(event->fd);
         buffer += size;
