@@ -88,9 +88,20 @@ std::string RowsDump()
     return text;
 }
 
+static double batch_seconds = 0;
+
+double BatchSeconds()
+{
+    return batch_seconds;
+}
+
 std::string UndisturbedRows(const Texts &lines)
 {
-    BatchEnd(BatchBegin(lines));
+    pid_t daemon = BatchBegin(lines);
+    double begin = Clock();
+    EXPECT_TRUE(SignalArrived(SIGUSR1, 100));
+    batch_seconds = Clock() - begin;
+    EXPECT_EQ(DaemonEnd(daemon, SIGTERM), 0);
     std::string rows = RowsDump();
     EXPECT_GT(rows.size(), 50000u);
     DatabasesRemove();

@@ -26,6 +26,9 @@ std::string RowsDump();
 // The rows after the batch was executed undisturbed; the box is new again afterwards.
 std::string UndisturbedRows(const Texts &lines);
 
+// How long that run took: the faults come within it.
+double BatchSeconds();
+
 // Queues the lines and starts a daemon, which is in the batch when this returns.
 pid_t BatchBegin(const Texts &lines);
 

@@ -11,7 +11,6 @@
 #include "system/rows.h"
 
 static constexpr char SOCKET[] = "/run/postgresql/.s.PGSQL.5432";
-static constexpr double BATCH_SECONDS = 0.5;  // in which the faults come; it lasts longer on a busy machine
 
 static std::string ServerQuery(const std::string &sql)
 {
@@ -35,7 +34,7 @@ TEST(PostgresqlFaults, ServerRestartedInABatch)
     std::string rows = UndisturbedRows(lines);
     for (const char *mode : {"fast", "immediate"}) {
         pid_t daemon = BatchBegin(lines);
-        Pause(BATCH_SECONDS);
+        Pause(BatchSeconds() / 3);
         Ask(std::string("restart ") + mode);
         BatchEnd(daemon);
         ExpectNothingLost(rows);
@@ -51,7 +50,7 @@ TEST(PostgresqlFaults, ConnectionsCutAgainAndAgain)
     std::string rows = UndisturbedRows(lines);
     pid_t daemon = BatchBegin(lines);
     for (int i = 0; i < 10; i++) {
-        Pause(BATCH_SECONDS / 5);
+        Pause(BatchSeconds() / 10);
         ConnectionsEnd();
     }
     BatchEnd(daemon);
@@ -63,7 +62,7 @@ TEST(PostgresqlFaults, SocketGoneForAWhile)
     Texts lines = BatchLay();
     std::string rows = UndisturbedRows(lines);
     pid_t daemon = BatchBegin(lines);
-    Pause(BATCH_SECONDS / 2);
+    Pause(BatchSeconds() / 4);
     std::string away = std::string(SOCKET) + ".away";
     ConnectionsEnd();
     std::filesystem::rename(SOCKET, away);
@@ -114,7 +113,7 @@ TEST(PostgresqlFaults, FrozenServer)
     std::string rows = UndisturbedRows(lines);
     SettingsAdd("database_wait = 1\ndatabase_answer_wait = 1\n");
     pid_t daemon = BatchBegin(lines);
-    Pause(BATCH_SECONDS);
+    Pause(BatchSeconds() / 3);
     Ask("freeze");
     BatchEnd(daemon);
     Ask("thaw");
@@ -162,7 +161,7 @@ TEST(PostgresqlFaults, ServerAndDaemonDieTogether)
     std::string rows = UndisturbedRows(lines);
     for (int round = 0; round < 3; round++) {
         pid_t daemon = BatchBegin(lines);
-        Pause(BATCH_SECONDS);
+        Pause(BatchSeconds() / 3);
         Ask("freeze");
         EXPECT_EQ(DaemonEnd(daemon, SIGKILL), SIGKILL);
         Ask("thaw");
