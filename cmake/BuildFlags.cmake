@@ -14,7 +14,7 @@ if(NUBO_WERROR)
 endif()
 if(NUBO_SANITIZE)
     target_compile_options(nubo_flags INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
-        -fno-omit-frame-pointer)
+        -fno-omit-frame-pointer -g1)  # lines are what reports need
     target_link_options(nubo_flags INTERFACE -fsanitize=address,undefined)
 elseif(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
     target_compile_options(nubo_flags INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
